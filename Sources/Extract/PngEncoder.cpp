@@ -1,0 +1,1 @@
+#include "Extract/PngEncoder.hpp"

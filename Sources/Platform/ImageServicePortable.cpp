@@ -1,0 +1,1 @@
+#include "Platform/ImageService.hpp"

@@ -1,0 +1,130 @@
+#include "support/FakeHost.hpp"
+
+#include <cstring>
+
+namespace Velmora::Testing {
+
+using testing::_;
+using testing::Invoke;
+using testing::Return;
+
+FakeHost::FakeHost() { InstallDefaults(); }
+
+void FakeHost::InstallDefaults() {
+    ON_CALL(menuItem, RegisterMenu(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
+    ON_CALL(menuItem, InstallMenuHandler(_, _))
+        .WillByDefault(Invoke([this](short menu, Host::APIMenuCommandProc* proc) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            menuHandlers_[menu] = proc;
+            return Host::Error::NoError;
+        }));
+    ON_CALL(menuItem, GetMenuItemFlags(_, _))
+        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+            if (ref == nullptr || flags == nullptr)
+                return Host::Error::BadPars;
+            std::lock_guard<std::mutex> lock(mutex_);
+            *flags = menuFlags_[{ref->menuResID, ref->itemIndex}];
+            return Host::Error::NoError;
+        }));
+    ON_CALL(menuItem, SetMenuItemFlags(_, _))
+        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+            if (ref == nullptr || flags == nullptr)
+                return Host::Error::BadPars;
+            std::lock_guard<std::mutex> lock(mutex_);
+            menuFlags_[{ref->menuResID, ref->itemIndex}] = *flags;
+            return Host::Error::NoError;
+        }));
+    InstallCommunicationDefaults();
+
+    ON_CALL(*this, WriteReport(_, _))
+        .WillByDefault(Invoke([this](const std::string& text, bool alert) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            reports_.push_back({text, alert});
+        }));
+    ON_CALL(*this, GetPreferences(_, _, _))
+        .WillByDefault(Invoke([this](Host::Int32* version, Host::GSSize* size, void* data) {
+            if (version == nullptr || size == nullptr)
+                return Host::Error::BadPars;
+            *version = preferencesVersion;
+            if (data != nullptr)
+                std::memcpy(data, preferences.data(),
+                            std::min<std::size_t>(preferences.size(), std::size_t(*size)));
+            *size = static_cast<Host::GSSize>(preferences.size());
+            return Host::Error::NoError;
+        }));
+    ON_CALL(*this, SetPreferences(_, _, _))
+        .WillByDefault(Invoke([this](Host::Int32 version, Host::GSSize size, const void* data) {
+            preferencesVersion = version;
+            preferences.assign(static_cast<char const*>(data), std::size_t(size));
+            return Host::Error::NoError;
+        }));
+    ON_CALL(*this, RegisterModelessWindow(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
+    ON_CALL(*this, GetOwnResModule()).WillByDefault(Return(Host::GSResModule(1)));
+    ON_CALL(*this, RSGetIndString(_, _, _, _))
+        .WillByDefault(Invoke(
+            [this](std::string* result, Host::Int32 resID, Host::Int32 index, Host::GSResModule) {
+                auto found = resourceStrings.find({resID, index});
+                if (result == nullptr || found == resourceStrings.end())
+                    return false;
+                *result = found->second;
+                return true;
+            }));
+}
+
+void FakeHost::InstallCommunicationDefaults() {
+    ON_CALL(communication, RegisterSupportedService(_, _))
+        .WillByDefault(Return(Host::Error::NoError));
+    ON_CALL(communication, CallFromEventLoop(_, _, _, _, _, _))
+        .WillByDefault(Invoke([this](const Host::API_ModulID* mdid, Host::GSType, Host::Int32,
+                                     Host::GSHandle, bool, Host::APICommandCallBackProc*) {
+            if (mdid == nullptr)
+                return Host::Error::BadPars;
+            std::lock_guard<std::mutex> lock(mutex_);
+            ++pendingCalls_;
+            return Host::Error::NoError;
+        }));
+    ON_CALL(integration, InstallModulCommandHandler(_, _, _))
+        .WillByDefault(
+            Invoke([this](Host::GSType, Host::Int32, Host::APIModulCommandProc* proc) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                commandHandler_ = proc;
+                return Host::Error::NoError;
+            }));
+}
+
+std::vector<Report> FakeHost::Reports() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return reports_;
+}
+
+Host::GSFlags FakeHost::MenuFlags(short menu, Host::Int32 item) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = menuFlags_.find({menu, item});
+    return found == menuFlags_.end() ? 0 : found->second;
+}
+
+Host::APIMenuCommandProc* FakeHost::MenuHandler(short menu) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = menuHandlers_.find(menu);
+    return found == menuHandlers_.end() ? nullptr : found->second;
+}
+
+int FakeHost::PendingEventLoopCalls() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return pendingCalls_;
+}
+
+void FakeHost::RunEventLoop() {
+    Host::APIModulCommandProc* handler = nullptr;
+    int calls = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        handler = commandHandler_;
+        calls = pendingCalls_;
+        pendingCalls_ = 0;
+    }
+    for (int i = 0; handler != nullptr && i < calls; ++i)
+        handler(nullptr, nullptr, true);
+}
+
+} // namespace Velmora::Testing

@@ -1,0 +1,111 @@
+// A scriptable host for unit tests: every port call is a GoogleMock method whose default
+// behaviour is a plausible host (menus keep their flags, preferences stay in memory, event
+// loop calls queue up until the test runs the loop). Tests override calls with ON_CALL /
+// EXPECT_CALL and inspect what the host saw.
+#pragma once
+
+#include "Host/HostPort.hpp"
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Velmora::Testing {
+
+class MockMenuItem : public Host::MenuItemApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, RegisterMenu, (short, short, Host::APIMenuCodeID, Host::GSFlags),
+                (override));
+    MOCK_METHOD(Host::GSErrCode, InstallMenuHandler, (short, Host::APIMenuCommandProc*),
+                (override));
+    MOCK_METHOD(Host::GSErrCode, GetMenuItemFlags, (const Host::API_MenuItemRef*, Host::GSFlags*),
+                (override));
+    MOCK_METHOD(Host::GSErrCode, SetMenuItemFlags, (const Host::API_MenuItemRef*, Host::GSFlags*),
+                (override));
+};
+
+class MockAddOnAddOnCommunication : public Host::AddOnAddOnCommunicationApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, RegisterSupportedService, (Host::GSType, Host::Int32),
+                (override));
+    MOCK_METHOD(Host::GSErrCode, CallFromEventLoop,
+                (const Host::API_ModulID*, Host::GSType, Host::Int32, Host::GSHandle, bool,
+                 Host::APICommandCallBackProc*),
+                (override));
+};
+
+class MockAddOnIntegration : public Host::AddOnIntegrationApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, InstallModulCommandHandler,
+                (Host::GSType, Host::Int32, Host::APIModulCommandProc*), (override));
+};
+
+struct Report {
+    std::string text;
+    bool alert = false;
+};
+
+class FakeHost : public Host::Port {
+public:
+    FakeHost();
+
+    Host::MenuItemApi& MenuItem() override { return menuItem; }
+    Host::AddOnAddOnCommunicationApi& AddOnAddOnCommunication() override { return communication; }
+    Host::AddOnIntegrationApi& AddOnIntegration() override { return integration; }
+
+    MOCK_METHOD(void, WriteReport, (const std::string&, bool), (override));
+    MOCK_METHOD(Host::GSErrCode, GetPreferences, (Host::Int32*, Host::GSSize*, void*), (override));
+    MOCK_METHOD(Host::GSErrCode, SetPreferences, (Host::Int32, Host::GSSize, const void*),
+                (override));
+    MOCK_METHOD(void, KeepInMemory, (bool), (override));
+    MOCK_METHOD(Host::GSErrCode, RegisterModelessWindow,
+                (Host::Int32, Host::APIPaletteControlCallBackProc*, Host::GSFlags,
+                 const Host::API_Guid&),
+                (override));
+    MOCK_METHOD(Host::GSResModule, GetOwnResModule, (), (override));
+    MOCK_METHOD(bool, RSGetIndString, (std::string*, Host::Int32, Host::Int32, Host::GSResModule),
+                (override));
+
+    // What the default behaviours recorded.
+    std::vector<Report> Reports() const;
+    Host::GSFlags MenuFlags(short menu, Host::Int32 item) const;
+    Host::APIMenuCommandProc* MenuHandler(short menu) const;
+    int PendingEventLoopCalls() const;
+
+    // Runs the add-on's own command once per pending event-loop call, like the host's loop.
+    void RunEventLoop();
+
+    testing::NiceMock<MockMenuItem> menuItem;
+    testing::NiceMock<MockAddOnAddOnCommunication> communication;
+    testing::NiceMock<MockAddOnIntegration> integration;
+
+    std::string preferences; // the stored blob
+    Host::Int32 preferencesVersion = 0;
+    std::map<std::pair<Host::Int32, Host::Int32>, std::string> resourceStrings;
+
+private:
+    void InstallDefaults();
+    void InstallCommunicationDefaults();
+
+    mutable std::mutex mutex_;
+    std::vector<Report> reports_;
+    std::map<std::pair<short, Host::Int32>, Host::GSFlags> menuFlags_;
+    std::map<short, Host::APIMenuCommandProc*> menuHandlers_;
+    Host::APIModulCommandProc* commandHandler_ = nullptr;
+    int pendingCalls_ = 0;
+};
+
+// Installs a FakeHost as the process's host port for the lifetime of a test.
+class HostTest : public testing::Test {
+protected:
+    HostTest() { Host::Install(&host); }
+    ~HostTest() override { Host::Install(nullptr); }
+
+    testing::NiceMock<FakeHost> host;
+};
+
+} // namespace Velmora::Testing
