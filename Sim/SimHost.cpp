@@ -1,1 +1,113 @@
-#include "Host/HostPort.hpp"
+#include "Sim/SimHost.hpp"
+
+#include <cstdio>
+#include <thread>
+
+namespace Velmora::Sim {
+
+namespace {
+
+std::string PreferencesPath(SimHostOptions const& options) {
+    char name[64];
+    std::snprintf(name, sizeof name, "%08X-%08X.prefs", options.addOnId.developerID,
+                  options.addOnId.localID);
+    return options.hostFolder + "/Preferences/" + name;
+}
+
+} // namespace
+
+SimHost::SimHost(SimHostOptions options)
+    : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
+      communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)) {}
+
+bool SimHost::LoadResources(std::string& error) {
+    if (resources_.Load(options_.resourceFile, options_.resourceIdsHeader))
+        return true;
+    error = resources_.Error();
+    return false;
+}
+
+void SimHost::WriteReport(const std::string& text, bool withDial) {
+    calls_.Enter("ACAPI_WriteReport");
+    SimReport const report{text, withDial};
+    std::function<void(SimReport const&)> listener;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        reports_.push_back(report);
+        listener = reportListener_;
+    }
+    if (listener)
+        listener(report);
+}
+
+Host::GSErrCode SimHost::GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) {
+    if (auto err = calls_.Enter("ACAPI_GetPreferences"))
+        return *err;
+    return preferences_.Get(version, nByte, data);
+}
+
+Host::GSErrCode SimHost::SetPreferences(Host::Int32 version, Host::GSSize nByte, const void* data) {
+    if (auto err = calls_.Enter("ACAPI_SetPreferences"))
+        return *err;
+    return preferences_.Set(version, nByte, data);
+}
+
+void SimHost::KeepInMemory(bool keepIn) {
+    calls_.Enter("ACAPI_KeepInMemory");
+    std::lock_guard<std::mutex> lock(mutex_);
+    keptInMemory_ = keepIn;
+}
+
+Host::GSErrCode SimHost::RegisterModelessWindow(Host::Int32 referenceID,
+                                                Host::APIPaletteControlCallBackProc* callBackProc,
+                                                Host::GSFlags controlFlags,
+                                                const Host::API_Guid& paletteGuid) {
+    if (auto err = calls_.Enter("ACAPI_RegisterModelessWindow"))
+        return *err;
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (SimPalette const& palette : palettes_) {
+        if (palette.referenceID == referenceID)
+            return Host::Error::BadId;
+    }
+    palettes_.push_back({referenceID, callBackProc, controlFlags, paletteGuid});
+    return Host::Error::NoError;
+}
+
+Host::GSResModule SimHost::GetOwnResModule() {
+    calls_.Enter("ACAPI_GetOwnResModule");
+    return kOwnResModule;
+}
+
+bool SimHost::RSGetIndString(std::string* result, Host::Int32 resID, Host::Int32 index,
+                             Host::GSResModule resModule) {
+    if (calls_.Enter("RSGetIndString"))
+        return false;
+    std::vector<std::string> const* list = resources_.StringList(resID);
+    if (result == nullptr || resModule != kOwnResModule || list == nullptr || index < 1 ||
+        index > static_cast<Host::Int32>(list->size()))
+        return false;
+    *result = (*list)[static_cast<std::size_t>(index - 1)];
+    return true;
+}
+
+std::vector<SimReport> SimHost::Reports() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return reports_;
+}
+
+std::vector<SimPalette> SimHost::Palettes() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return palettes_;
+}
+
+bool SimHost::KeptInMemory() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return keptInMemory_;
+}
+
+void SimHost::OnReport(std::function<void(SimReport const&)> listener) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    reportListener_ = std::move(listener);
+}
+
+} // namespace Velmora::Sim

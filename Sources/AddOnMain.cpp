@@ -1,1 +1,123 @@
 #include "AddOnMain.hpp"
+
+#include "Commands.hpp"
+#include "Host/HostPort.hpp"
+#include "Logger.hpp"
+#include "MainThreadDispatcher.hpp"
+#include "Panel/WebAppPalette.hpp"
+#include "ResourceIds.hpp"
+#include "Settings.hpp"
+#include "TriggerFilePoller.hpp"
+
+namespace Velmora {
+
+namespace {
+
+std::string OwnResourceString(Host::Int32 index) {
+    std::string text;
+    Host::Port& host = Host::Get();
+    host.RSGetIndString(&text, VELMORA_ADDON_INFO_STRINGS, index, host.GetOwnResModule());
+    return text;
+}
+
+Host::GSErrCode RegisterMenu(short menuResId) {
+    return Host::Get().MenuItem().RegisterMenu(menuResId, 0, Host::MenuCode_UserDef,
+                                               Host::MenuFlag::Default);
+}
+
+Host::GSErrCode RunCommandMenuItem(Host::Int32 item) {
+    switch (item) {
+    case 1:
+        return DoShowPanel();
+    case 2:
+        return DoExtractView();
+    case 3:
+        return DoSendModel();
+    case 4:
+        return DoViewLogs();
+    default:
+        return Host::Error::NoError;
+    }
+}
+
+Host::GSErrCode RunSettingsMenuItem(Host::Int32 item) {
+    switch (item) {
+    case 1:
+        return DoToggleMask();
+    case 2:
+        return DoToggleDebugDump();
+    case 3:
+        return DoToggleMaskInstances();
+    default:
+        return Host::Error::NoError;
+    }
+}
+
+} // namespace
+
+Host::API_AddonType CheckEnvironment(Host::API_EnvirParams* envir) {
+    if (envir != nullptr) {
+        envir->addOnInfo.name = OwnResourceString(1);
+        envir->addOnInfo.description = OwnResourceString(2);
+    }
+    // Preloaded so that the trigger poller runs from the host's start.
+    return Host::APIAddon_Preload;
+}
+
+Host::GSErrCode RegisterInterface() {
+    if (Host::GSErrCode err = RegisterMenu(VELMORA_COMMAND_MENU); err != Host::Error::NoError)
+        return err;
+    if (Host::GSErrCode err = RegisterMenu(VELMORA_SETTINGS_MENU); err != Host::Error::NoError)
+        return err;
+    return MainThreadDispatcher::RegisterService();
+}
+
+Host::GSErrCode Initialize() {
+    Logger::Get().Init();
+    Logger::Get().Log(LogLevel::Info, "Velmora: Initialize");
+
+    Settings::Get().Load();
+    Settings::Get().LoadLocalOverrides();
+
+    Host::MenuItemApi& menus = Host::Get().MenuItem();
+    if (Host::GSErrCode err = menus.InstallMenuHandler(VELMORA_COMMAND_MENU, MenuCommandHandler);
+        err != Host::Error::NoError)
+        return err;
+    if (Host::GSErrCode err = menus.InstallMenuHandler(VELMORA_SETTINGS_MENU, MenuCommandHandler);
+        err != Host::Error::NoError)
+        return err;
+    SyncSettingsMenuChecks();
+
+    if (MainThreadDispatcher::InstallHandler() != Host::Error::NoError)
+        Logger::Get().Log(LogLevel::Warn, "Velmora: main-thread dispatcher handler not installed");
+
+    if (Host::GSErrCode err = WebAppPalette::RegisterPaletteControlCallBack();
+        err != Host::Error::NoError)
+        return err;
+
+    TriggerFilePoller::Start();
+    return Host::Error::NoError;
+}
+
+Host::GSErrCode FreeData() {
+    TriggerFilePoller::Stop();
+    Logger::Get().Log(LogLevel::Info, "Velmora: FreeData");
+    Logger::Get().Shutdown();
+    return Host::Error::NoError;
+}
+
+Host::GSErrCode MenuCommandHandler(Host::API_MenuParams const* menuParams) {
+    if (menuParams == nullptr)
+        return Host::Error::BadPars;
+    Host::API_MenuItemRef const& ref = menuParams->menuItemRef;
+    switch (ref.menuResID) {
+    case VELMORA_COMMAND_MENU:
+        return RunCommandMenuItem(ref.itemIndex);
+    case VELMORA_SETTINGS_MENU:
+        return RunSettingsMenuItem(ref.itemIndex);
+    default:
+        return Host::Error::NoError;
+    }
+}
+
+} // namespace Velmora

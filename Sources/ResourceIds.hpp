@@ -10,5 +10,5 @@
 
 // The 'MDID' registration resource (developer id, local id): the identity under which the
 // host knows this add-on. The dispatcher addresses its own event-loop calls with it.
-#define VELMORA_MDID_DEVELOPER 0x564C4D41u /* 'VLMA' */
-#define VELMORA_MDID_LOCAL 0x41434164u     /* 'ACAd' */
+#define VELMORA_MDID_DEVELOPER 0x564C4D41 /* 'VLMA' */
+#define VELMORA_MDID_LOCAL 0x41434164     /* 'ACAd' */

@@ -10,9 +10,13 @@ namespace {
 std::atomic<Port*> gPort{nullptr};
 } // namespace
 
-void Install(Port* port) { gPort.store(port); }
+void Install(Port* port) {
+    gPort.store(port);
+}
 
-bool IsInstalled() { return gPort.load() != nullptr; }
+bool IsInstalled() {
+    return gPort.load() != nullptr;
+}
 
 Port& Get() {
     Port* port = gPort.load();

@@ -8,7 +8,9 @@ using testing::_;
 using testing::Invoke;
 using testing::Return;
 
-FakeHost::FakeHost() { InstallDefaults(); }
+FakeHost::FakeHost() {
+    InstallDefaults();
+}
 
 void FakeHost::InstallDefaults() {
     ON_CALL(menuItem, RegisterMenu(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
@@ -84,12 +86,11 @@ void FakeHost::InstallCommunicationDefaults() {
             return Host::Error::NoError;
         }));
     ON_CALL(integration, InstallModulCommandHandler(_, _, _))
-        .WillByDefault(
-            Invoke([this](Host::GSType, Host::Int32, Host::APIModulCommandProc* proc) {
-                std::lock_guard<std::mutex> lock(mutex_);
-                commandHandler_ = proc;
-                return Host::Error::NoError;
-            }));
+        .WillByDefault(Invoke([this](Host::GSType, Host::Int32, Host::APIModulCommandProc* proc) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            commandHandler_ = proc;
+            return Host::Error::NoError;
+        }));
 }
 
 std::vector<Report> FakeHost::Reports() const {

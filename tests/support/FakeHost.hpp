@@ -30,8 +30,7 @@ public:
 
 class MockAddOnAddOnCommunication : public Host::AddOnAddOnCommunicationApi {
 public:
-    MOCK_METHOD(Host::GSErrCode, RegisterSupportedService, (Host::GSType, Host::Int32),
-                (override));
+    MOCK_METHOD(Host::GSErrCode, RegisterSupportedService, (Host::GSType, Host::Int32), (override));
     MOCK_METHOD(Host::GSErrCode, CallFromEventLoop,
                 (const Host::API_ModulID*, Host::GSType, Host::Int32, Host::GSHandle, bool,
                  Host::APICommandCallBackProc*),

@@ -43,9 +43,13 @@ std::filesystem::path TempHome::SupportFolder() const {
     return path_ / "Library" / "Application Support" / "VelmoraAI" / "Archicad";
 }
 
-NoHome::NoHome() : previous_(CurrentHome()) { ::unsetenv("HOME"); }
+NoHome::NoHome() : previous_(CurrentHome()) {
+    ::unsetenv("HOME");
+}
 
-NoHome::~NoHome() { RestoreHome(previous_); }
+NoHome::~NoHome() {
+    RestoreHome(previous_);
+}
 
 std::string ReadFile(std::filesystem::path const& path) {
     std::ifstream in(path, std::ios::binary);

@@ -1,0 +1,40 @@
+// Loads the add-on into the simulated host the way Archicad does, lets work settle, and
+// unloads it again.
+#pragma once
+
+#include "Sim/SimHost.hpp"
+
+#include <chrono>
+#include <string>
+
+namespace Velmora::Sim {
+
+class AddOnSession {
+public:
+    explicit AddOnSession(SimHost& host);
+    ~AddOnSession();
+    AddOnSession(AddOnSession const&) = delete;
+    AddOnSession& operator=(AddOnSession const&) = delete;
+
+    // Environment check, interface registration, initialisation. On failure the reason is in
+    // error; FreeData has run if Initialize had been called.
+    bool Load(std::string& error);
+    // FreeData, when loaded.
+    void Unload();
+
+    // Runs the event loop until no work is queued, sleeping or in flight; false on timeout.
+    bool Settle(std::chrono::milliseconds timeout);
+    // Runs the event loop for the given time, whatever happens.
+    void RunFor(std::chrono::milliseconds duration);
+
+    std::string const& AddOnName() const { return name_; }
+
+private:
+    SimHost& host_;
+    bool loaded_ = false;
+    std::string name_;
+};
+
+std::string FormatError(Host::GSErrCode code);
+
+} // namespace Velmora::Sim

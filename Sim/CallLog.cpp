@@ -1,0 +1,79 @@
+#include "Sim/CallLog.hpp"
+
+#include <cstdlib>
+
+namespace Velmora::Sim {
+
+CallLog::CallLog(std::thread::id mainThread) : mainThread_(mainThread) {}
+
+void CallLog::AddFault(Fault fault) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    faults_.push_back(std::move(fault));
+}
+
+std::optional<Host::GSErrCode> CallLog::Enter(std::string const& call, bool mainThreadOnly) {
+    std::optional<Host::GSErrCode> injected;
+    bool raise = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        int const nth = ++counts_[call];
+        for (Fault const& fault : faults_) {
+            if (fault.call == call && fault.nthCall == nth) {
+                injected = fault.code;
+                raise = fault.raise;
+            }
+        }
+        bool const offMain = mainThreadOnly && std::this_thread::get_id() != mainThread_;
+        records_.push_back({call, offMain, injected});
+    }
+    if (raise)
+        throw SimulatedHostException("simulated host failure in " + call);
+    return injected;
+}
+
+std::vector<CallRecord> CallLog::Records() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return records_;
+}
+
+int CallLog::CountOf(std::string const& call) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = counts_.find(call);
+    return found == counts_.end() ? 0 : found->second;
+}
+
+int CallLog::OffMainThreadCalls() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    int count = 0;
+    for (CallRecord const& record : records_)
+        count += record.offMainThread ? 1 : 0;
+    return count;
+}
+
+std::optional<Fault> ParseFault(std::string const& text, bool raise) {
+    Fault fault;
+    fault.raise = raise;
+    std::size_t const first = text.find(':');
+    fault.call = text.substr(0, first);
+    if (fault.call.empty())
+        return std::nullopt;
+    if (first == std::string::npos)
+        return fault;
+    std::size_t const second = text.find(':', first + 1);
+    std::string const nth = text.substr(first + 1, second - first - 1);
+    char* end = nullptr;
+    long const n = std::strtol(nth.c_str(), &end, 10);
+    if (nth.empty() || *end != '\0' || n < 1)
+        return std::nullopt;
+    fault.nthCall = static_cast<int>(n);
+    if (second == std::string::npos)
+        return fault;
+    std::string const code = text.substr(second + 1);
+    unsigned long long const value = std::strtoull(code.c_str(), &end, 0);
+    if (code.empty() || *end != '\0' || value > 0xFFFFFFFFull)
+        return std::nullopt;
+    fault.code = static_cast<Host::GSErrCode>(static_cast<std::uint32_t>(value));
+    return fault;
+}
+
+} // namespace Velmora::Sim

@@ -1,0 +1,184 @@
+#include "Sim/SimCommandLine.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace Velmora::Sim {
+
+namespace {
+
+char const* const kTriggerNames[] = {"trigger_extract", "trigger_send_model",
+                                     "trigger_export_model"};
+
+bool ParseInt(std::string const& text, long min, long max, long& value) {
+    char* end = nullptr;
+    value = std::strtol(text.c_str(), &end, 10);
+    return !text.empty() && *end == '\0' && value >= min && value <= max;
+}
+
+std::optional<SimAction> ParseMenuAction(std::string const& text, std::string& error) {
+    SimAction action;
+    action.kind = SimAction::Kind::Menu;
+    std::size_t const colon = text.find(':', 5);
+    long menu = 0;
+    long item = 0;
+    if (colon == std::string::npos || !ParseInt(text.substr(5, colon - 5), 1, 32767, menu) ||
+        !ParseInt(text.substr(colon + 1), 1, 999, item)) {
+        error = "bad menu action '" + text + "': expected menu:MENU:ITEM, e.g. menu:32501:1";
+        return std::nullopt;
+    }
+    action.menu = static_cast<short>(menu);
+    action.item = static_cast<int>(item);
+    return action;
+}
+
+std::optional<SimAction> ParseTriggerAction(std::string const& text, std::string& error) {
+    SimAction action;
+    action.kind = SimAction::Kind::Trigger;
+    action.triggerName = text.substr(8);
+    for (char const* name : kTriggerNames) {
+        if (action.triggerName == name)
+            return action;
+    }
+    error = "unknown trigger '" + action.triggerName +
+            "': expected trigger_extract, trigger_send_model or trigger_export_model";
+    return std::nullopt;
+}
+
+std::optional<SimAction> ParseAction(std::string const& text, std::string& error) {
+    std::optional<SimAction> action;
+    if (text.rfind("menu:", 0) == 0) {
+        action = ParseMenuAction(text, error);
+    } else if (text.rfind("trigger:", 0) == 0) {
+        action = ParseTriggerAction(text, error);
+    } else if (text.rfind("wait:", 0) == 0) {
+        long ms = 0;
+        if (ParseInt(text.substr(5), 0, 3600000, ms))
+            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms)};
+        else
+            error = "bad wait action '" + text + "': expected wait:MILLISECONDS";
+    } else if (text == "menus" || text.rfind("menus:", 0) == 0) {
+        long menu = 0;
+        if (text == "menus" || ParseInt(text.substr(6), 1, 32767, menu))
+            action =
+                SimAction{SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0};
+        else
+            error = "bad menus action '" + text + "': expected menus or menus:MENU";
+    } else if (text == "paths") {
+        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
+    } else if (text == "print:settings") {
+        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0};
+    } else if (text == "print:log") {
+        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0};
+    } else {
+        error = "unknown action '" + text + "' (see --help)";
+    }
+    if (action)
+        action->text = text;
+    return action;
+}
+
+// Options that take a value; returns false with error set when the value is missing or bad.
+bool ParseOption(std::string const& option, std::string const& value, SimCommandLine& line,
+                 std::string& error) {
+    if (option == "--home") {
+        line.home = value;
+    } else if (option == "--host-folder") {
+        line.hostFolder = value;
+    } else if (option == "--call-log") {
+        line.callLogFile = value;
+    } else if (option == "--settle-timeout") {
+        char* end = nullptr;
+        line.settleTimeoutSeconds = std::strtod(value.c_str(), &end);
+        if (value.empty() || *end != '\0' || !(line.settleTimeoutSeconds > 0)) {
+            error = "--settle-timeout takes a positive number of seconds";
+            return false;
+        }
+    } else {
+        bool const raise = option == "--throw";
+        std::optional<Fault> fault = ParseFault(value, raise);
+        bool const hasCode = std::count(value.begin(), value.end(), ':') > 1;
+        if (!fault || (raise && hasCode)) {
+            error = option + " takes CALL[:N" + (option == "--fail" ? "[:CODE]]" : "]") +
+                    ", e.g. ACAPI_MenuItem_RegisterMenu:2";
+            return false;
+        }
+        line.faults.push_back(*fault);
+    }
+    return true;
+}
+
+bool TakesValue(std::string const& option) {
+    return option == "--home" || option == "--host-folder" || option == "--call-log" ||
+           option == "--settle-timeout" || option == "--fail" || option == "--throw";
+}
+
+} // namespace
+
+std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const& args,
+                                                  std::string& error) {
+    SimCommandLine line;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string const& arg = args[i];
+        if (arg == "-h" || arg == "--help") {
+            line.help = true;
+        } else if (TakesValue(arg)) {
+            if (i + 1 >= args.size()) {
+                error = arg + " needs a value";
+                return std::nullopt;
+            }
+            if (!ParseOption(arg, args[++i], line, error))
+                return std::nullopt;
+        } else if (arg.rfind("-", 0) == 0) {
+            error = "unknown option '" + arg + "' (see --help)";
+            return std::nullopt;
+        } else {
+            std::optional<SimAction> action = ParseAction(arg, error);
+            if (!action)
+                return std::nullopt;
+            line.actions.push_back(*action);
+        }
+    }
+    return line;
+}
+
+std::string SimUsage() {
+    return R"(Usage: velmora-sim [OPTIONS] [ACTIONS...]
+
+Loads the Velmora add-on into a simulated Archicad (environment check, interface
+registration, initialisation), performs the actions in order and lets the work settle
+after each, unloads the add-on, and prints what the user would have seen.
+
+Actions:
+  menu:MENU:ITEM          choose a menu item, e.g. menu:32501:1 toggles the semantic mask
+                          (32500: 1 panel, 2 extract view, 3 send model, 4 view logs;
+                           32501: 1 semantic mask, 2 save debug capture, 3 per-element colours)
+  trigger:NAME            drop the trigger file NAME (trigger_extract, trigger_send_model,
+                          trigger_export_model) into the settings folder and let the add-on
+                          find it
+  wait:MS                 run the event loop for MS milliseconds
+  menus, menus:MENU       print the add-on's menus (or one of them) with their check marks
+  paths                   print where settings.cfg and the log are
+  print:settings          print the path and content of settings.cfg
+  print:log               print the path and content of the add-on's log
+
+Options:
+  --home DIR              the HOME the add-on sees (default: a fresh temporary folder,
+                          whose path is printed)
+  --host-folder DIR       the simulated host's own folder, which keeps the preferences
+                          (default: HOME/.velmora-sim-host)
+  --settle-timeout SECS   the longest wait for work to settle after an action (default 120)
+  --fail CALL[:N[:CODE]]  make the host call CALL fail on its N-th call (default 1) with
+                          error CODE (default 0x81060001), e.g.
+                          --fail ACAPI_MenuItem_InstallMenuHandler:2:0x81060068
+  --throw CALL[:N]        make the host call CALL throw on its N-th call
+  --call-log FILE         write every host call, in order, to FILE
+  -h, --help              show this help
+
+Output: one line per report-window message, "report: TEXT" or "alert: TEXT".
+Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
+call is made off the main thread; 2 for a bad command line.
+)";
+}
+
+} // namespace Velmora::Sim

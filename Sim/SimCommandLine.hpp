@@ -1,0 +1,39 @@
+// velmora-sim's command line: options and the user actions to perform, checked up front so
+// that a typo fails before anything is loaded.
+#pragma once
+
+#include "Sim/CallLog.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Velmora::Sim {
+
+struct SimAction {
+    enum class Kind { Menu, Trigger, Wait, ShowMenus, ShowPaths, PrintSettings, PrintLog };
+    Kind kind = Kind::Wait;
+    std::string text; // as given, for messages
+    short menu = 0;
+    int item = 0;
+    std::string triggerName;
+    int waitMs = 0;
+};
+
+struct SimCommandLine {
+    bool help = false;
+    std::string home;       // empty: a fresh temporary folder
+    std::string hostFolder; // empty: a folder under home
+    double settleTimeoutSeconds = 120.0;
+    std::vector<Fault> faults;
+    std::string callLogFile;
+    std::vector<SimAction> actions;
+};
+
+// nullopt with a message in error when the command line is wrong.
+std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const& args,
+                                                  std::string& error);
+
+std::string SimUsage();
+
+} // namespace Velmora::Sim

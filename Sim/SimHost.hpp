@@ -1,0 +1,91 @@
+// The simulated host: the whole host port, deterministic, with a call log and faults.
+#pragma once
+
+#include "Host/HostPort.hpp"
+#include "Sim/CallLog.hpp"
+#include "Sim/EventLoop.hpp"
+#include "Sim/SimCommunication.hpp"
+#include "Sim/SimMenus.hpp"
+#include "Sim/SimPreferences.hpp"
+#include "Sim/SimResources.hpp"
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Velmora::Sim {
+
+struct SimReport {
+    std::string text;
+    bool alert = false;
+};
+
+struct SimPalette {
+    Host::Int32 referenceID = 0;
+    Host::APIPaletteControlCallBackProc* callBack = nullptr;
+    Host::GSFlags controlFlags = 0;
+    Host::API_Guid guid;
+};
+
+struct SimHostOptions {
+    std::string hostFolder; // the simulated host's own folder (preferences live there)
+    std::string resourceFile = VELMORA_RESOURCE_FILE;
+    std::string resourceIdsHeader = VELMORA_RESOURCE_IDS_HEADER;
+    Host::API_ModulID addOnId;
+};
+
+class SimHost : public Host::Port {
+public:
+    // Must be constructed on the thread that plays the host's main thread.
+    explicit SimHost(SimHostOptions options);
+
+    bool LoadResources(std::string& error);
+
+    Host::MenuItemApi& MenuItem() override { return menus_; }
+    Host::AddOnAddOnCommunicationApi& AddOnAddOnCommunication() override { return communication_; }
+    Host::AddOnIntegrationApi& AddOnIntegration() override { return communication_; }
+
+    void WriteReport(const std::string& text, bool withDial) override;
+    Host::GSErrCode GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) override;
+    Host::GSErrCode SetPreferences(Host::Int32 version, Host::GSSize nByte,
+                                   const void* data) override;
+    void KeepInMemory(bool keepIn) override;
+    Host::GSErrCode RegisterModelessWindow(Host::Int32 referenceID,
+                                           Host::APIPaletteControlCallBackProc* callBackProc,
+                                           Host::GSFlags controlFlags,
+                                           const Host::API_Guid& paletteGuid) override;
+    Host::GSResModule GetOwnResModule() override;
+    bool RSGetIndString(std::string* result, Host::Int32 resID, Host::Int32 index,
+                        Host::GSResModule resModule) override;
+
+    // What the simulation offers its driver (velmora-sim, tests).
+    CallLog& Calls() { return calls_; }
+    EventLoop& Loop() { return loop_; }
+    SimMenus& Menus() { return menus_; }
+    SimPreferences const& Preferences() const { return preferences_; }
+    std::vector<SimReport> Reports() const;
+    std::vector<SimPalette> Palettes() const;
+    bool KeptInMemory() const;
+    // Called on the main thread for every report as it is written.
+    void OnReport(std::function<void(SimReport const&)> listener);
+
+private:
+    static constexpr Host::GSResModule kOwnResModule = 0x5600;
+
+    SimHostOptions options_;
+    CallLog calls_;
+    EventLoop loop_;
+    SimResources resources_;
+    SimMenus menus_;
+    SimCommunication communication_;
+    SimPreferences preferences_;
+
+    mutable std::mutex mutex_;
+    std::vector<SimReport> reports_;
+    std::vector<SimPalette> palettes_;
+    bool keptInMemory_ = false;
+    std::function<void(SimReport const&)> reportListener_;
+};
+
+} // namespace Velmora::Sim

@@ -1,0 +1,216 @@
+#include "Sim/SimRunner.hpp"
+
+#include "ResourceIds.hpp"
+#include "Sim/AddOnSession.hpp"
+#include "Sim/SimHost.hpp"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace Velmora::Sim {
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+fs::path SupportFolder(std::string const& home) {
+    return fs::path(home) / "Library" / "Application Support" / "VelmoraAI" / "Archicad";
+}
+
+std::string MakeTempHome() {
+    std::string pattern = (fs::temp_directory_path() / "velmora-sim-XXXXXX").string();
+    return ::mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
+}
+
+void PrintFile(std::ostream& out, std::string const& label, fs::path const& path) {
+    out << label << ": " << path.string() << "\n";
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        out << "  (missing)\n";
+        return;
+    }
+    for (std::string line; std::getline(in, line);)
+        out << "  " << line << "\n";
+}
+
+// Prints every menu, or only the one given.
+void PrintMenus(std::ostream& out, SimHost& host, short only) {
+    for (auto const& [id, menu] : host.Menus().Menus()) {
+        if (only != 0 && id != only)
+            continue;
+        out << "menu " << id << " \"" << menu.title << "\"\n";
+        for (std::size_t i = 0; i < menu.items.size(); ++i) {
+            bool const checked = (menu.items[i].flags & Host::MenuItemFlag::Checked) != 0;
+            out << "  " << id << ":" << (i + 1) << " [" << (checked ? 'x' : ' ') << "] "
+                << menu.items[i].text << "\n";
+        }
+    }
+}
+
+class Runner {
+public:
+    Runner(SimCommandLine const& line, std::ostream& out, std::ostream& err)
+        : line_(line), out_(out), err_(err),
+          settleTimeout_(static_cast<long>(line.settleTimeoutSeconds * 1000.0)) {}
+
+    int Run();
+
+private:
+    bool PrepareHome();
+    bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
+    bool DropTrigger(std::string const& name, AddOnSession& session);
+    void WriteCallLog(SimHost& host) const;
+
+    SimCommandLine const& line_;
+    std::ostream& out_;
+    std::ostream& err_;
+    milliseconds settleTimeout_;
+    std::string home_;
+    bool usageError_ = false; // an action named something the add-on does not have
+};
+
+bool Runner::PrepareHome() {
+    home_ = line_.home;
+    if (home_.empty()) {
+        home_ = MakeTempHome();
+        if (home_.empty()) {
+            err_ << "velmora-sim: cannot create a temporary home folder\n";
+            return false;
+        }
+        out_ << "home: " << home_ << "\n";
+    }
+    std::error_code ec;
+    fs::create_directories(home_, ec);
+    if (ec) {
+        err_ << "velmora-sim: cannot create " << home_ << ": " << ec.message() << "\n";
+        return false;
+    }
+    ::setenv("HOME", home_.c_str(), 1);
+    return true;
+}
+
+bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
+    fs::path const file = SupportFolder(home_) / name;
+    std::error_code ec;
+    fs::create_directories(file.parent_path(), ec);
+    std::ofstream(file).close();
+    auto const deadline = std::chrono::steady_clock::now() + settleTimeout_;
+    while (fs::exists(file, ec) && std::chrono::steady_clock::now() < deadline)
+        session.RunFor(milliseconds(20));
+    if (fs::exists(file, ec)) {
+        err_ << "velmora-sim: " << name << " was not picked up within "
+             << line_.settleTimeoutSeconds << " s\n";
+        return false;
+    }
+    return true;
+}
+
+bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
+    switch (action.kind) {
+    case SimAction::Kind::Menu: {
+        std::string whyNot;
+        auto result = host.Menus().Choose(action.menu, action.item, whyNot);
+        if (!result) {
+            err_ << "velmora-sim: " << action.text << ": " << whyNot << "\n";
+            usageError_ = true;
+            return false;
+        }
+        if (*result != Host::Error::NoError)
+            out_ << "menu " << action.menu << ":" << action.item << " returned "
+                 << FormatError(*result) << "\n";
+        return true;
+    }
+    case SimAction::Kind::Trigger:
+        return DropTrigger(action.triggerName, session);
+    case SimAction::Kind::Wait:
+        session.RunFor(milliseconds(action.waitMs));
+        return true;
+    case SimAction::Kind::ShowMenus:
+        PrintMenus(out_, host, action.menu);
+        return true;
+    case SimAction::Kind::ShowPaths:
+        out_ << "settings.cfg: " << (SupportFolder(home_) / "settings.cfg").string() << "\n"
+             << "log: " << (SupportFolder(home_) / "logs" / "velmora.log").string() << "\n";
+        return true;
+    case SimAction::Kind::PrintSettings:
+        PrintFile(out_, "settings.cfg", SupportFolder(home_) / "settings.cfg");
+        return true;
+    case SimAction::Kind::PrintLog:
+        PrintFile(out_, "log", SupportFolder(home_) / "logs" / "velmora.log");
+        return true;
+    }
+    return true;
+}
+
+void Runner::WriteCallLog(SimHost& host) const {
+    if (line_.callLogFile.empty())
+        return;
+    std::ofstream log(line_.callLogFile, std::ios::trunc);
+    for (CallRecord const& record : host.Calls().Records()) {
+        log << record.call;
+        if (record.injected)
+            log << " -> injected " << FormatError(*record.injected);
+        if (record.offMainThread)
+            log << " (off the main thread)";
+        log << "\n";
+    }
+}
+
+int Runner::Run() {
+    if (!PrepareHome())
+        return 1;
+    SimHostOptions options;
+    options.hostFolder = line_.hostFolder.empty() ? home_ + "/.velmora-sim-host" : line_.hostFolder;
+    options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
+    SimHost host(options);
+    std::string error;
+    if (!host.LoadResources(error)) {
+        err_ << "velmora-sim: cannot read the add-on's resources: " << error << "\n";
+        return 1;
+    }
+    for (Fault const& fault : line_.faults)
+        host.Calls().AddFault(fault);
+    host.OnReport([this](SimReport const& report) {
+        out_ << (report.alert ? "alert: " : "report: ") << report.text << std::endl;
+    });
+
+    int status = 0;
+    {
+        AddOnSession session(host);
+        if (!session.Load(error)) {
+            err_ << "velmora-sim: " << error << "\n";
+            status = 1;
+        }
+        for (std::size_t i = 0; status == 0 && i < line_.actions.size(); ++i) {
+            if (!Perform(line_.actions[i], host, session)) {
+                status = 1;
+            } else if (!session.Settle(settleTimeout_)) {
+                err_ << "velmora-sim: work did not settle within " << line_.settleTimeoutSeconds
+                     << " s after " << line_.actions[i].text << "\n";
+                status = 1;
+            }
+        }
+        session.Unload();
+    }
+    WriteCallLog(host);
+    if (usageError_)
+        status = 2;
+    if (int const offMain = host.Calls().OffMainThreadCalls(); offMain > 0) {
+        err_ << "velmora-sim: " << offMain << " host call(s) made off the main thread\n";
+        status = 1;
+    }
+    return status;
+}
+
+} // namespace
+
+int RunSimulation(SimCommandLine const& line, std::ostream& out, std::ostream& err) {
+    return Runner(line, out, err).Run();
+}
+
+} // namespace Velmora::Sim

@@ -1,0 +1,34 @@
+// The extraction and model commands land with the capture and export work; until then each
+// tells the user plainly that this build cannot do it yet, rather than failing silently.
+#include "Export/ModelCommands.hpp"
+#include "Extract/ExtractCommand.hpp"
+#include "Host/HostPort.hpp"
+#include "Logger.hpp"
+
+#include <string>
+
+namespace Velmora {
+
+namespace {
+
+Host::GSErrCode ReportNotAvailable(std::string const& logPrefix, std::string const& what) {
+    Logger::Get().Log(LogLevel::Warn, logPrefix + what + " is not available in this build yet");
+    Host::Get().WriteReport("Velmora: " + what + " is not available in this build yet.", false);
+    return Host::Error::NoError;
+}
+
+} // namespace
+
+Host::GSErrCode RunExtractAndUpload(ExtractOptions const& /*options*/) {
+    return ReportNotAvailable("ExtractCommand: ", "extracting the view");
+}
+
+Host::GSErrCode RunSendModelToVelmora() {
+    return ReportNotAvailable("SendModel: ", "sending the model");
+}
+
+Host::GSErrCode RunExportModelToDisk() {
+    return ReportNotAvailable("ModelExport: ", "exporting the model");
+}
+
+} // namespace Velmora

@@ -1,0 +1,127 @@
+// velmora-sim end to end: the add-on loaded as the host loads it, driven like a user.
+#include "support/SimProcess.hpp"
+#include "support/TempHome.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace Velmora::Testing {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsSupersetOf;
+
+namespace fs = std::filesystem;
+
+class VelmoraSimTest : public testing::Test {
+protected:
+    SimRun Run(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--home", home.Path().string(), "--settle-timeout", "20"});
+        return RunVelmoraSim(args);
+    }
+    fs::path SettingsFile() const { return home.SupportFolder() / "settings.cfg"; }
+    std::string Log() const { return ReadFile(home.LogFolder() / "velmora.log"); }
+
+    TempHome home;
+};
+
+TEST_F(VelmoraSimTest, BadCommandLinesExitWithTwoAndSayWhy) {
+    struct Case {
+        std::vector<std::string> args;
+        std::string message;
+    };
+    for (Case const& c : std::vector<Case>{
+             {{"--frobnicate"}, "unknown option '--frobnicate'"},
+             {{"menu:32501"}, "expected menu:MENU:ITEM"},
+             {{"jump"}, "unknown action 'jump'"},
+             {{"trigger:trigger_everything"}, "unknown trigger 'trigger_everything'"},
+             {{"--settle-timeout", "0"}, "positive number of seconds"},
+             {{"--fail", "ACAPI_WriteReport:x"}, "--fail takes CALL[:N[:CODE]]"},
+             {{"--home"}, "--home needs a value"},
+         }) {
+        SimRun const run = RunVelmoraSim(c.args);
+        EXPECT_EQ(run.exitStatus, 2) << c.args[0];
+        EXPECT_THAT(run.err, HasSubstr(c.message));
+    }
+    SimRun const missingItem = Run({"menu:32501:9"});
+    EXPECT_EQ(missingItem.exitStatus, 2);
+    EXPECT_THAT(missingItem.err, HasSubstr("there is no menu item 32501:9"));
+}
+
+TEST_F(VelmoraSimTest, HelpListsTheActionsAndOptions) {
+    SimRun const run = RunVelmoraSim({"--help"});
+    EXPECT_EQ(run.exitStatus, 0);
+    for (char const* word :
+         {"menu:MENU:ITEM", "trigger:NAME", "wait:MS", "--home DIR", "--settle-timeout", "--fail"})
+        EXPECT_THAT(run.out, HasSubstr(word));
+}
+
+TEST_F(VelmoraSimTest, TogglingTheMaskTwiceReportsBothStatesAndKeepsTheCheckMarkInStep) {
+    SimRun const run = Run({"menu:32501:1", "menus", "menu:32501:1", "menus"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_THAT(run.OutLines(),
+                IsSupersetOf({"report: Velmora: Semantic Mask is OFF (uploads the 3D view only).",
+                              "  32501:1 [ ] Semantic Mask", "  32501:1 [x] Semantic Mask"}));
+    std::string const out = run.out;
+    EXPECT_LT(out.find("Semantic Mask is OFF"), out.find("[ ] Semantic Mask"));
+    EXPECT_LT(out.find("[ ] Semantic Mask"), out.find("Semantic Mask is ON"));
+    EXPECT_LT(out.find("Semantic Mask is ON"), out.find("[x] Semantic Mask"));
+    EXPECT_THAT(ReadFile(SettingsFile()), HasSubstr("\nincludeMask=true\n"));
+}
+
+TEST_F(VelmoraSimTest, SettingsPersistAcrossRunsThroughSettingsCfg) {
+    ASSERT_EQ(Run({"menu:32501:3"}).exitStatus, 0);
+    SimRun const second = Run({"menus"});
+    EXPECT_THAT(second.out, HasSubstr("  32501:3 [x] Per-Element Mask Colors"));
+    EXPECT_THAT(second.out, HasSubstr("  32501:1 [x] Semantic Mask"));
+    EXPECT_THAT(second.out, HasSubstr("  32501:2 [ ] Save Debug Capture"));
+}
+
+TEST_F(VelmoraSimTest, FailuresWhileLoadingStopTheLoadWithTheHostsErrorCode) {
+    SimRun const registration = Run({"--fail", "ACAPI_MenuItem_RegisterMenu:2"});
+    EXPECT_EQ(registration.exitStatus, 1);
+    EXPECT_THAT(registration.err, HasSubstr("RegisterInterface failed with error 0x81060001"));
+
+    SimRun const palette = Run({"--fail", "ACAPI_RegisterModelessWindow:1:0x81060065"});
+    EXPECT_EQ(palette.exitStatus, 1);
+    EXPECT_THAT(palette.err, HasSubstr("Initialize failed with error 0x81060065"));
+    // The host still calls FreeData once Initialize ran; the poller never started.
+    EXPECT_THAT(Log(), HasSubstr("Velmora: FreeData"));
+    EXPECT_THAT(Log(), testing::Not(HasSubstr("TriggerFilePoller: watching")));
+}
+
+TEST_F(VelmoraSimTest, ATriggerFileRunsItsCommandOnceAndIsConsumed) {
+    SimRun const run = Run({"trigger:trigger_export_model"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_THAT(run.OutLines(),
+                ElementsAre("report: Velmora: exporting the model is not available in this "
+                            "build yet."));
+    EXPECT_FALSE(fs::exists(home.SupportFolder() / "trigger_export_model"));
+    EXPECT_THAT(Log(), HasSubstr("TriggerFilePoller: trigger_export_model consumed -> "
+                                 "DoExportModel on the main thread"));
+}
+
+TEST_F(VelmoraSimTest, TriggersLeftFromAnEarlierSessionNeverFire) {
+    WriteFile(home.SupportFolder() / "trigger_extract", "");
+    SimRun const run = Run({"wait:400"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(Log(), HasSubstr("TriggerFilePoller: stale trigger_extract from a previous "
+                                 "session removed"));
+}
+
+TEST_F(VelmoraSimTest, EveryHostCallIsMadeOnTheMainThread) {
+    fs::path const callLog = home.Path() / "calls.txt";
+    SimRun const run = Run({"--call-log", callLog.string(), "trigger:trigger_extract",
+                            "trigger:trigger_send_model", "menu:32501:2"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    std::string const calls = ReadFile(callLog);
+    EXPECT_THAT(calls, HasSubstr("ACAPI_AddOnAddOnCommunication_CallFromEventLoop\n"));
+    EXPECT_THAT(calls, testing::Not(HasSubstr("off the main thread")));
+}
+
+} // namespace
+} // namespace Velmora::Testing
