@@ -1,1 +1,117 @@
 #include "MainThreadDispatcher.hpp"
+
+#include "Host/HostPort.hpp"
+#include "Logger.hpp"
+#include "ResourceIds.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Velmora {
+
+namespace {
+
+using WorkQueue = std::vector<std::function<void()>>;
+
+WorkQueue gQueue;
+std::mutex gMutex;
+// Delayed posts whose sleeper thread has not yet handed its work to the queue.
+std::atomic<int> gPendingSleepers{0};
+
+void Enqueue(std::function<void()> fn) {
+    std::lock_guard<std::mutex> lock(gMutex);
+    gQueue.push_back(std::move(fn));
+}
+
+WorkQueue TakeQueue() {
+    WorkQueue taken;
+    std::lock_guard<std::mutex> lock(gMutex);
+    taken.swap(gQueue);
+    return taken;
+}
+
+// Runs what was queued before this call; work posted meanwhile waits for the next dispatch,
+// so a function that posts again cannot keep the host's event loop busy.
+void RunQueued() {
+    WorkQueue const work = TakeQueue();
+    for (std::function<void()> const& fn : work)
+        fn();
+}
+
+Host::GSErrCode DispatchCommandHandler(Host::GSHandle /*params*/, Host::GSPtr /*resultData*/,
+                                       bool /*silentMode*/) {
+    RunQueued();
+    return Host::Error::NoError;
+}
+
+Host::GSErrCode RequestDispatch() {
+    Host::API_ModulID const self = MainThreadDispatcher::OwnModuleId();
+    return Host::Get().AddOnAddOnCommunication().CallFromEventLoop(
+        &self, MainThreadDispatcher::kCommandId, MainThreadDispatcher::kCommandVersion, nullptr,
+        true, nullptr);
+}
+
+void SleepThenPost(int delayMs, std::function<void()> fn) {
+    if (delayMs > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+    MainThreadDispatcher::Post(std::move(fn));
+    gPendingSleepers.fetch_sub(1);
+}
+
+} // namespace
+
+Host::GSErrCode MainThreadDispatcher::RegisterService() {
+    return Host::Get().AddOnAddOnCommunication().RegisterSupportedService(kCommandId,
+                                                                          kCommandVersion);
+}
+
+Host::GSErrCode MainThreadDispatcher::InstallHandler() {
+    return Host::Get().AddOnIntegration().InstallModulCommandHandler(kCommandId, kCommandVersion,
+                                                                     DispatchCommandHandler);
+}
+
+void MainThreadDispatcher::Post(std::function<void()> fn) {
+    if (!fn)
+        return;
+    Enqueue(std::move(fn));
+    if (RequestDispatch() != Host::Error::NoError)
+        Logger::Get().Log(LogLevel::Warn,
+                          "MainThreadDispatcher: CallFromEventLoop failed, item deferred");
+}
+
+void MainThreadDispatcher::PostAfter(int delayMs, std::function<void()> fn) {
+    if (!fn)
+        return;
+    gPendingSleepers.fetch_add(1);
+    try {
+        std::thread(SleepThenPost, delayMs, std::move(fn)).detach();
+    } catch (...) {
+        gPendingSleepers.fetch_sub(1);
+        throw;
+    }
+}
+
+Host::GSErrCode MainThreadDispatcher::DrainNow() {
+    RunQueued();
+    return Host::Error::NoError;
+}
+
+bool MainThreadDispatcher::IsIdle() {
+    if (gPendingSleepers.load() != 0)
+        return false;
+    std::lock_guard<std::mutex> lock(gMutex);
+    return gQueue.empty();
+}
+
+Host::API_ModulID MainThreadDispatcher::OwnModuleId() {
+    Host::API_ModulID id;
+    id.developerID = VELMORA_MDID_DEVELOPER;
+    id.localID = VELMORA_MDID_LOCAL;
+    return id;
+}
+
+} // namespace Velmora
