@@ -3,6 +3,7 @@
 #include "ResourceIds.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/SimHost.hpp"
+#include "TriggerFilePoller.hpp"
 
 #include <chrono>
 #include <cstdlib>
@@ -98,9 +99,15 @@ bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
     fs::path const file = SupportFolder(home_) / name;
     std::error_code ec;
     fs::create_directories(file.parent_path(), ec);
+    std::uint64_t const passesBefore = TriggerFilePoller::CompletedPasses();
     std::ofstream(file).close();
+    // The file vanishes a moment before its command is posted; a pass that began after the
+    // file was created has posted it by the time the pass completes.
+    auto const handedOver = [&] {
+        return !fs::exists(file, ec) && TriggerFilePoller::CompletedPasses() >= passesBefore + 2;
+    };
     auto const deadline = std::chrono::steady_clock::now() + settleTimeout_;
-    while (fs::exists(file, ec) && std::chrono::steady_clock::now() < deadline)
+    while (!handedOver() && std::chrono::steady_clock::now() < deadline)
         session.RunFor(milliseconds(20));
     if (fs::exists(file, ec)) {
         err_ << "velmora-sim: " << name << " was not picked up within "

@@ -36,6 +36,7 @@ constexpr std::chrono::milliseconds kPollPeriod{200};
 bool gRunning = false; // main thread only
 std::atomic<bool> gStop{false};
 std::thread gThread; // main thread only
+std::atomic<std::uint64_t> gCompletedPasses{0};
 
 enum class Removal { Removed, AlreadyGone, Failed };
 
@@ -103,6 +104,7 @@ void PollLoop(fs::path folder) {
             break;
         for (Trigger const& trigger : kTriggers)
             CheckTrigger(folder, trigger);
+        gCompletedPasses.fetch_add(1);
     }
     Logger::Get().Log(LogLevel::Info, "TriggerFilePoller: stopped");
 }
@@ -136,6 +138,10 @@ void TriggerFilePoller::Stop() {
 
 bool TriggerFilePoller::IsRunning() {
     return gRunning;
+}
+
+std::uint64_t TriggerFilePoller::CompletedPasses() {
+    return gCompletedPasses.load();
 }
 
 } // namespace Velmora
