@@ -54,30 +54,30 @@ SimMenuItem* SimMenus::Find(const Host::API_MenuItemRef* ref) {
     return &found->second.items[static_cast<std::size_t>(ref->itemIndex - 1)];
 }
 
-Host::GSErrCode SimMenus::GetMenuItemFlags(const Host::API_MenuItemRef* menuItemRef,
-                                           Host::GSFlags* itemFlags) {
-    if (auto err = calls_.Enter("ACAPI_MenuItem_GetMenuItemFlags"))
+Host::GSErrCode SimMenus::AccessFlags(char const* call, const Host::API_MenuItemRef* menuItemRef,
+                                      Host::GSFlags* itemFlags, bool write) {
+    if (auto err = calls_.Enter(call))
         return *err;
     if (menuItemRef == nullptr || itemFlags == nullptr)
         return Host::Error::BadPars;
     SimMenuItem* item = Find(menuItemRef);
     if (item == nullptr)
         return Host::Error::BadIndex;
-    *itemFlags = item->flags;
+    if (write)
+        item->flags = *itemFlags;
+    else
+        *itemFlags = item->flags;
     return Host::Error::NoError;
+}
+
+Host::GSErrCode SimMenus::GetMenuItemFlags(const Host::API_MenuItemRef* menuItemRef,
+                                           Host::GSFlags* itemFlags) {
+    return AccessFlags("ACAPI_MenuItem_GetMenuItemFlags", menuItemRef, itemFlags, false);
 }
 
 Host::GSErrCode SimMenus::SetMenuItemFlags(const Host::API_MenuItemRef* menuItemRef,
                                            Host::GSFlags* itemFlags) {
-    if (auto err = calls_.Enter("ACAPI_MenuItem_SetMenuItemFlags"))
-        return *err;
-    if (menuItemRef == nullptr || itemFlags == nullptr)
-        return Host::Error::BadPars;
-    SimMenuItem* item = Find(menuItemRef);
-    if (item == nullptr)
-        return Host::Error::BadIndex;
-    item->flags = *itemFlags;
-    return Host::Error::NoError;
+    return AccessFlags("ACAPI_MenuItem_SetMenuItemFlags", menuItemRef, itemFlags, true);
 }
 
 std::optional<Host::GSErrCode> SimMenus::Choose(short menu, Host::Int32 item, std::string& whyNot) {

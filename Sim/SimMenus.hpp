@@ -44,6 +44,8 @@ public:
 
 private:
     SimMenuItem* Find(const Host::API_MenuItemRef* ref);
+    Host::GSErrCode AccessFlags(char const* call, const Host::API_MenuItemRef* menuItemRef,
+                                Host::GSFlags* itemFlags, bool write);
 
     CallLog& calls_;
     SimResources const& resources_;

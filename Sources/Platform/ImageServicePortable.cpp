@@ -2,6 +2,7 @@
 // encoding JPEG). Tiles are composited on an 8-bit RGBA canvas with premultiplied alpha,
 // as a bitmap context would hold them, and the result is encoded at quality 85.
 #include "Platform/ImageService.hpp"
+#include "Platform/ImageServiceGuards.hpp"
 
 #include <png.h>
 #include <turbojpeg.h>
@@ -9,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 namespace Velmora {
 namespace {
@@ -218,35 +218,15 @@ bool CropDecoded(const Bytes& jpeg, int x, int y, int w, int h, Bytes& outJpeg) 
 
 bool StitchImageGrid(std::vector<std::vector<unsigned char>> const& tiles, int cols, int rows,
                      std::vector<unsigned char>& outJpeg, int& outW, int& outH) {
-    outJpeg.clear();
-    outW = 0;
-    outH = 0;
-    if (cols < 1 || rows < 1 ||
-        tiles.size() != static_cast<std::size_t>(cols) * static_cast<std::size_t>(rows)) {
-        return false;
-    }
-    try {
+    return ve_detail::GuardedStitch(tiles, cols, rows, outJpeg, outW, outH, [&] {
         return StitchDecodedTiles(tiles, cols, rows, outJpeg, outW, outH);
-    } catch (const std::bad_alloc&) {
-        outJpeg.clear();
-        outW = 0;
-        outH = 0;
-        return false;
-    }
+    });
 }
 
 bool CropJpegCentered(std::vector<unsigned char> const& jpeg, int x, int y, int w, int h,
                       std::vector<unsigned char>& outJpeg) {
-    outJpeg.clear();
-    if (x < 0 || y < 0 || w < 1 || h < 1 || jpeg.empty()) {
-        return false;
-    }
-    try {
-        return CropDecoded(jpeg, x, y, w, h, outJpeg);
-    } catch (const std::bad_alloc&) {
-        outJpeg.clear();
-        return false;
-    }
+    return ve_detail::GuardedCrop(jpeg, x, y, w, h, outJpeg,
+                                  [&] { return CropDecoded(jpeg, x, y, w, h, outJpeg); });
 }
 
 } // namespace Velmora
