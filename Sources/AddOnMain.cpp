@@ -9,6 +9,8 @@
 #include "Settings.hpp"
 #include "TriggerFilePoller.hpp"
 
+#include <cstddef>
+
 namespace Velmora {
 
 namespace {
@@ -25,32 +27,17 @@ Host::GSErrCode RegisterMenu(short menuResId) {
                                                Host::MenuFlag::Default);
 }
 
-Host::GSErrCode RunCommandMenuItem(Host::Int32 item) {
-    switch (item) {
-    case 1:
-        return DoShowPanel();
-    case 2:
-        return DoExtractView();
-    case 3:
-        return DoSendModel();
-    case 4:
-        return DoViewLogs();
-    default:
-        return Host::Error::NoError;
-    }
-}
+using Command = Host::GSErrCode (*)();
 
-Host::GSErrCode RunSettingsMenuItem(Host::Int32 item) {
-    switch (item) {
-    case 1:
-        return DoToggleMask();
-    case 2:
-        return DoToggleDebugDump();
-    case 3:
-        return DoToggleMaskInstances();
-    default:
-        return Host::Error::NoError;
-    }
+// Item n of a menu runs entry n - 1.
+constexpr Command kCommandMenuItems[] = {DoShowPanel, DoExtractView, DoSendModel, DoViewLogs};
+constexpr Command kSettingsMenuItems[] = {DoToggleMask, DoToggleDebugDump, DoToggleMaskInstances};
+
+template <std::size_t N>
+Host::GSErrCode RunMenuItem(Command const (&items)[N], Host::Int32 item) {
+    if (item < 1 || static_cast<std::size_t>(item) > N)
+        return Host::Error::NoError; // not ours: ignored
+    return items[item - 1]();
 }
 
 } // namespace
@@ -112,9 +99,9 @@ Host::GSErrCode MenuCommandHandler(Host::API_MenuParams const* menuParams) {
     Host::API_MenuItemRef const& ref = menuParams->menuItemRef;
     switch (ref.menuResID) {
     case VELMORA_COMMAND_MENU:
-        return RunCommandMenuItem(ref.itemIndex);
+        return RunMenuItem(kCommandMenuItems, ref.itemIndex);
     case VELMORA_SETTINGS_MENU:
-        return RunSettingsMenuItem(ref.itemIndex);
+        return RunMenuItem(kSettingsMenuItems, ref.itemIndex);
     default:
         return Host::Error::NoError;
     }
