@@ -6,8 +6,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Velmora::Testing {
@@ -15,59 +15,47 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> const kBoolKeys = {"includeMask",  "maskSplitInstances",
-                                            "debugDump",    "includeSiteMesh",
-                                            "buildingOnly", "excludeVegetation"};
+struct BoolKey {
+    char const* name;
+    bool& (*field)(Settings&);
+};
 
-// The field each boolean key of settings.cfg is documented to set.
-bool& BoolFieldFor(Settings& settings, std::string const& key) {
-    if (key == "includeMask")
-        return settings.extractOptions.includeMask;
-    if (key == "maskSplitInstances")
-        return settings.extractOptions.maskSplitInstances;
-    if (key == "debugDump")
-        return settings.extractOptions.debugDump;
-    if (key == "includeSiteMesh")
-        return settings.includeSiteMesh;
-    if (key == "buildingOnly")
-        return settings.buildingOnly;
-    return settings.excludeVegetation;
-}
+BoolKey const kBoolKeys[] = {
+    {"includeMask", [](Settings& s) -> bool& { return s.extractOptions.includeMask; }},
+    {"maskSplitInstances",
+     [](Settings& s) -> bool& { return s.extractOptions.maskSplitInstances; }},
+    {"debugDump", [](Settings& s) -> bool& { return s.extractOptions.debugDump; }},
+    {"includeSiteMesh", [](Settings& s) -> bool& { return s.includeSiteMesh; }},
+    {"buildingOnly", [](Settings& s) -> bool& { return s.buildingOnly; }},
+    {"excludeVegetation", [](Settings& s) -> bool& { return s.excludeVegetation; }},
+};
 
 class LocalSettingsFileTest : public testing::Test {
 protected:
     fs::path ConfigFile() const { return home.SupportFolder() / "settings.cfg"; }
 
-    // Loads the given file text into a fresh settings object.
-    Settings& LoadText(std::string const& text) {
+    void LoadText(std::string const& text) {
         WriteFile(ConfigFile(), text);
         EXPECT_TRUE(settings.LoadLocalOverrides());
-        return settings;
     }
 
     TempHome home;
     Settings settings;
 };
 
-TEST_F(LocalSettingsFileTest, PathLiesInTheSupportFolderWhichIsCreated) {
+TEST_F(LocalSettingsFileTest, ThePathIsInTheSupportFolderWhichNeedsAHome) {
     EXPECT_EQ(settings.LocalConfigPath(), ConfigFile().string());
     EXPECT_TRUE(fs::is_directory(home.SupportFolder()));
-    EXPECT_FALSE(fs::exists(ConfigFile())); // only the folder, never the file
-}
-
-TEST_F(LocalSettingsFileTest, WithoutAHomeNothingIsReadOrWritten) {
-    settings.webAppUrl = "https://kept.test";
-    for (bool unset : {true, false}) {
+    EXPECT_FALSE(settings.LoadLocalOverrides()); // the folder is made, the file is not
+    for (char const* badHome : {static_cast<char const*>(nullptr), ""}) {
         NoHome noHome;
-        if (!unset)
-            ::setenv("HOME", "", 1);
+        if (badHome != nullptr)
+            ::setenv("HOME", badHome, 1);
         EXPECT_EQ(settings.LocalConfigPath(), "");
         EXPECT_FALSE(settings.LoadLocalOverrides());
         EXPECT_FALSE(settings.SaveLocalFile());
     }
-    EXPECT_EQ(settings.webAppUrl, "https://kept.test");
-    EXPECT_FALSE(settings.LoadLocalOverrides()); // home again, but no file yet
-    // An empty HOME must not turn into a folder relative to the working directory.
+    // An empty HOME must not become a folder relative to the working directory.
     EXPECT_FALSE(fs::exists(fs::path("Library") / "Application Support" / "VelmoraAI"));
 }
 
@@ -112,127 +100,80 @@ TEST_F(LocalSettingsFileTest, SavingTheDefaultsWritesTheCommentedTemplate) {
     EXPECT_EQ(ReadFile(ConfigFile()), expected);
 }
 
-TEST_F(LocalSettingsFileTest, SavedValuesReadBackAndNothingPrivateIsWritten) {
+TEST_F(LocalSettingsFileTest, SavedValuesReadBackAndTheTokenIsNeverWritten) {
     settings.webAppUrl = "https://example.test/app?embed=archicad&x=1";
     settings.apiBaseUrl = "https://example.test/api";
     settings.lastLoginEmail = "user@example.test";
-    settings.extractOptions.viewName = "SecretViewName";
     settings.extractOptions.highResLongEdge = 8192;
     settings.SetAuthToken("SecretToken");
-    for (std::string const& key : kBoolKeys)
-        BoolFieldFor(settings, key) = !BoolFieldFor(settings, key);
     ASSERT_TRUE(settings.SaveLocalFile());
-
     std::string const text = ReadFile(ConfigFile());
     EXPECT_EQ(text.find("SecretToken"), std::string::npos);
-    EXPECT_EQ(text.find("SecretViewName"), std::string::npos);
-    EXPECT_EQ(text.find("useCurrentViewSettings"), std::string::npos);
-
     Settings reloaded;
     ASSERT_TRUE(reloaded.LoadLocalOverrides());
-    EXPECT_EQ(reloaded.webAppUrl, settings.webAppUrl);
-    EXPECT_EQ(reloaded.apiBaseUrl, settings.apiBaseUrl);
-    EXPECT_EQ(reloaded.lastLoginEmail, settings.lastLoginEmail);
-    EXPECT_EQ(reloaded.extractOptions.highResLongEdge, 8192);
-    EXPECT_EQ(reloaded.extractOptions.viewName, "");
-    for (std::string const& key : kBoolKeys)
-        EXPECT_EQ(BoolFieldFor(reloaded, key), BoolFieldFor(settings, key)) << key;
-}
+    ASSERT_TRUE(reloaded.SaveLocalFile());
+    EXPECT_EQ(ReadFile(ConfigFile()), text);
 
-TEST_F(LocalSettingsFileTest, SavingOverAFolderFails) {
+    // One switch at a time, so a line written from the wrong field shows.
+    for (BoolKey const& key : kBoolKeys) {
+        Settings toggled;
+        key.field(toggled) = !key.field(toggled);
+        ASSERT_TRUE(toggled.SaveLocalFile());
+        Settings back;
+        ASSERT_TRUE(back.LoadLocalOverrides());
+        EXPECT_EQ(key.field(back), key.field(toggled)) << key.name;
+    }
+
+    fs::remove(ConfigFile());
     fs::create_directories(ConfigFile());
-    EXPECT_FALSE(settings.SaveLocalFile());
+    EXPECT_FALSE(settings.SaveLocalFile()); // a folder in the file's place
 }
 
 TEST_F(LocalSettingsFileTest, LongEdgeIsAcceptedOnlyFrom256To32767) {
+    // 4294967808 is 2^32 + 512, which must not wrap into the range.
     std::vector<std::pair<std::string, std::int32_t>> const cases = {
-        {"highResLongEdge=255", 2048},
-        {"highResLongEdge=256", 256},
-        {"highResLongEdge=32767", 32767},
-        {"highResLongEdge=32768", 2048},
-        {"  highResLongEdge =   4096  \t", 4096},
-        {"highResLongEdge=4096px", 4096},
-        {"highResLongEdge=abc", 2048},
-        {"highResLongEdge=", 2048},
-        {"highResLongEdge=-4096", 2048},
-        {"highResLongEdge=99999999999999999999999", 2048},
-        {"highResLongEdge=4294967808", 2048}, // 2^32 + 512 must not wrap into range
-    };
-    for (auto const& [line, expected] : cases) {
+        {"255", 2048}, {"256", 256}, {"32767", 32767}, {"32768", 2048},     {"4096px", 4096},
+        {"abc", 2048}, {"", 2048},   {"-4096", 2048},  {"4294967808", 2048}};
+    for (auto const& [value, expected] : cases) {
         settings.extractOptions.highResLongEdge = 2048;
-        EXPECT_EQ(LoadText(line + "\n").extractOptions.highResLongEdge, expected) << line;
+        LoadText("highResLongEdge=" + value + "\n");
+        EXPECT_EQ(settings.extractOptions.highResLongEdge, expected) << value;
     }
 }
 
 TEST_F(LocalSettingsFileTest, BoolWordsAreExactAndUnknownWordsKeepTheValue) {
-    std::vector<std::string> const trueWords = {"1", "true", "TRUE", "yes", "on", " on\t"};
-    std::vector<std::string> const falseWords = {"0", "false", "FALSE", "no", "off"};
-    std::vector<std::string> const unknownWords = {"True", "YES", "Off", "", "2", "onn", "y"};
-    for (std::string const& key : kBoolKeys) {
-        for (std::string const& word : trueWords) {
-            BoolFieldFor(settings, key) = false;
-            EXPECT_TRUE(BoolFieldFor(LoadText(key + "=" + word + "\n"), key)) << key << word;
-        }
-        for (std::string const& word : falseWords) {
-            BoolFieldFor(settings, key) = true;
-            EXPECT_FALSE(BoolFieldFor(LoadText(key + "=" + word + "\n"), key)) << key << word;
-        }
-        for (bool current : {false, true})
-            for (std::string const& word : unknownWords) {
-                BoolFieldFor(settings, key) = current;
-                EXPECT_EQ(BoolFieldFor(LoadText(key + "=" + word + "\n"), key), current)
-                    << key << "=" << word;
-            }
-    }
+    std::pair<std::optional<bool>, std::vector<std::string>> const groups[] = {
+        {true, {"1", "true", "TRUE", "yes", "on"}},
+        {false, {"0", "false", "FALSE", "no", "off"}},
+        {std::nullopt, {"True", "YES", "", "2", "onn"}}};
+    for (BoolKey const& key : kBoolKeys)
+        for (auto const& [parsed, words] : groups)
+            for (std::string const& word : words)
+                for (bool before : {false, true}) {
+                    key.field(settings) = before;
+                    LoadText(std::string(key.name) + "=" + word + "\n");
+                    EXPECT_EQ(key.field(settings), parsed.value_or(before))
+                        << key.name << "=" << word << " over " << before;
+                }
 }
 
-TEST_F(LocalSettingsFileTest, CommentsBrokenLinesAndUnknownKeysAreSkippedOneByOne) {
-    LoadText("# includeMask=false\n"
-             "   ; includeMask=false\n"
-             "\t#lastLoginEmail=comment@example.test\n"
-             "debugDump\n"
-             "IncludeMask=false\n"
-             "somethingElse=true\n"
-             "=true\n"
-             "lastLoginEmail=applied@example.test\n");
-    EXPECT_TRUE(settings.extractOptions.includeMask);
-    EXPECT_FALSE(settings.extractOptions.debugDump);
-    EXPECT_EQ(settings.lastLoginEmail, "applied@example.test");
-}
-
-TEST_F(LocalSettingsFileTest, OnlyTheFirstEqualsSplitsAndBlanksAroundBothSidesGo) {
-    LoadText("  webAppUrl \t=  https://example.test/?embed=archicad&token=a=b  \r\n"
-             "lastLoginEmail = two words@example.test \r\n"
-             "debugDump=true\r\n");
-    EXPECT_EQ(settings.webAppUrl, "https://example.test/?embed=archicad&token=a=b");
-    EXPECT_EQ(settings.lastLoginEmail, "two words@example.test");
-    EXPECT_TRUE(settings.extractOptions.debugDump);
-}
-
-TEST_F(LocalSettingsFileTest, EmptyAddressesAreIgnoredButAnEmptyEmailClears) {
-    std::string const webAppUrl = settings.webAppUrl;
-    std::string const apiBaseUrl = settings.apiBaseUrl;
+TEST_F(LocalSettingsFileTest, LinesAreTrimmedSplitAtTheFirstEqualsAndApplyInOrder) {
+    std::string const defaultApi = settings.apiBaseUrl;
     settings.lastLoginEmail = "old@example.test";
-    LoadText("webAppUrl=\napiBaseUrl=   \nlastLoginEmail=\n");
-    EXPECT_EQ(settings.webAppUrl, webAppUrl);
-    EXPECT_EQ(settings.apiBaseUrl, apiBaseUrl);
-    EXPECT_EQ(settings.lastLoginEmail, "");
-}
-
-TEST_F(LocalSettingsFileTest, LaterLinesWinAndUnmentionedKeysKeepTheirValues) {
-    LoadText("apiBaseUrl=https://first.test\n"
-             "highResLongEdge=1024\n"
-             "apiBaseUrl=https://second.test\n"
-             "includeMask=false\n"
-             "includeMask=Off\n");
-    EXPECT_EQ(settings.apiBaseUrl, "https://second.test");
-    EXPECT_FALSE(settings.extractOptions.includeMask);
-
-    LoadText("buildingOnly=no");
-    EXPECT_FALSE(settings.buildingOnly);
-    EXPECT_EQ(settings.apiBaseUrl, "https://second.test");
-    EXPECT_EQ(settings.extractOptions.highResLongEdge, 1024);
-    EXPECT_FALSE(settings.extractOptions.includeMask);
+    settings.extractOptions.highResLongEdge = 1024;
+    LoadText("IncludeMask=false\n"
+             "  webAppUrl \t=  https://example.test/?embed=archicad&token=a=b c  \r\n"
+             "apiBaseUrl=   \n"
+             "lastLoginEmail=\r\n"
+             "lastLoginEmail\n"
+             "excludeVegetation=no\n"
+             "excludeVegetation=yes");
+    EXPECT_TRUE(settings.extractOptions.includeMask);
+    EXPECT_EQ(settings.webAppUrl, "https://example.test/?embed=archicad&token=a=b c");
+    EXPECT_EQ(settings.apiBaseUrl, defaultApi); // an empty address is ignored...
+    EXPECT_EQ(settings.lastLoginEmail, "");     // ...but an empty email clears
+    EXPECT_TRUE(settings.excludeVegetation);
+    EXPECT_EQ(settings.extractOptions.highResLongEdge, 1024); // unmentioned keys stay
 }
 
 } // namespace
