@@ -5,8 +5,8 @@
 
 namespace Velmora {
 
-bool EncodeImageToPng(const std::vector<unsigned char>& pixels, int width, int height,
-                      int channels, std::vector<unsigned char>& png);
+bool EncodeImageToPng(const std::vector<unsigned char>& pixels, int width, int height, int channels,
+                      std::vector<unsigned char>& png);
 bool EncodeRgbToPng(const std::vector<unsigned char>& rgb, int width, int height,
                     std::vector<unsigned char>& png);
 
