@@ -14,54 +14,50 @@ using testing::Return;
 
 class ToggleTest : public AddOnTest {};
 
-TEST_F(ToggleTest, TogglingTwiceRestoresTheFlagAndRewritesSettingsCfgEachTime) {
-    DoToggleMask();
-    EXPECT_FALSE(Settings::Get().extractOptions.includeMask);
-    EXPECT_NE(ReadFile(SettingsFile()).find("\nincludeMask=false\n"), std::string::npos);
-    EXPECT_EQ(host.MenuFlags(VELMORA_SETTINGS_MENU, 1), 0u);
-
-    DoToggleMask();
-    EXPECT_TRUE(Settings::Get().extractOptions.includeMask);
-    EXPECT_NE(ReadFile(SettingsFile()).find("\nincludeMask=true\n"), std::string::npos);
-    EXPECT_EQ(host.MenuFlags(VELMORA_SETTINGS_MENU, 1), Host::MenuItemFlag::Checked);
-
-    std::vector<Report> const reports = host.Reports();
-    ASSERT_EQ(reports.size(), 2u);
-    EXPECT_EQ(reports[0].text, "Velmora: Semantic Mask is OFF (uploads the 3D view only).");
-    EXPECT_EQ(reports[1].text,
-              "Velmora: Semantic Mask is ON. Each extract also renders a per-category color mask "
-              "and uploads it with the 3D view.");
-    EXPECT_FALSE(reports[0].alert || reports[1].alert);
-}
-
-TEST_F(ToggleTest, EachToggleFlipsOnlyItsOwnFlagAndSaysSo) {
-    ExtractOptions before = Settings::Get().extractOptions;
-    before.viewName = "Kept";
-    Settings::Get().extractOptions = before;
-
-    DoToggleDebugDump();
-    DoToggleMaskInstances();
-    ExtractOptions const after = Settings::Get().extractOptions;
-    EXPECT_TRUE(after.debugDump);
-    EXPECT_TRUE(after.maskSplitInstances);
-    EXPECT_EQ(after.includeMask, before.includeMask);
-    EXPECT_EQ(after.viewName, "Kept");
-    EXPECT_EQ(after.highResLongEdge, before.highResLongEdge);
-
-    EXPECT_EQ(ReportTexts(),
-              (std::vector<std::string>{
-                  "Velmora: Save Debug Capture is ON. Each extract writes a copy of the captured "
-                  "image to the logs folder (last_extract.jpg); open it via View Logs.",
-                  "Velmora: mask colors are now PER ELEMENT. Every element becomes its own "
-                  "selectable segment in the panel."}));
-    DoToggleDebugDump();
-    DoToggleMaskInstances();
-    std::vector<std::string> const texts = ReportTexts();
-    EXPECT_EQ(texts[2], "Velmora: Save Debug Capture is OFF.");
-    EXPECT_EQ(texts[3], "Velmora: mask colors are now PER ELEMENT TYPE. Elements of the same "
-                        "type (walls, windows, ...) share one segment color.");
-    EXPECT_EQ(host.MenuFlags(VELMORA_SETTINGS_MENU, 2), 0u);
-    EXPECT_EQ(host.MenuFlags(VELMORA_SETTINGS_MENU, 3), 0u);
+TEST_F(ToggleTest, EachToggleFlipsOnlyItsFlagTwiceWithSettingsCfgMarkAndMessageInStep) {
+    struct Case {
+        Host::GSErrCode (*toggle)();
+        bool ExtractOptions::*flag;
+        char const* key;
+        char const* onText;
+        char const* offText;
+    };
+    Case const cases[] = {
+        {DoToggleMask, &ExtractOptions::includeMask, "includeMask",
+         "Velmora: Semantic Mask is ON. Each extract also renders a per-category color mask and "
+         "uploads it with the 3D view.",
+         "Velmora: Semantic Mask is OFF (uploads the 3D view only)."},
+        {DoToggleDebugDump, &ExtractOptions::debugDump, "debugDump",
+         "Velmora: Save Debug Capture is ON. Each extract writes a copy of the captured image to "
+         "the logs folder (last_extract.jpg); open it via View Logs.",
+         "Velmora: Save Debug Capture is OFF."},
+        {DoToggleMaskInstances, &ExtractOptions::maskSplitInstances, "maskSplitInstances",
+         "Velmora: mask colors are now PER ELEMENT. Every element becomes its own selectable "
+         "segment in the panel.",
+         "Velmora: mask colors are now PER ELEMENT TYPE. Elements of the same type (walls, "
+         "windows, ...) share one segment color."},
+    };
+    Settings::Get().extractOptions.viewName = "Kept";
+    for (int item = 1; item <= 3; ++item) {
+        Case const& c = cases[item - 1];
+        bool const initial = Settings::Get().extractOptions.*c.flag;
+        for (bool const expected : {!initial, initial}) {
+            std::size_t const reportsBefore = host.Reports().size();
+            c.toggle();
+            ExtractOptions const& options = Settings::Get().extractOptions;
+            EXPECT_EQ(options.*c.flag, expected) << c.key;
+            EXPECT_EQ(options.viewName, "Kept");
+            EXPECT_THAT(ReadFile(SettingsFile()),
+                        testing::HasSubstr(std::string("\n") + c.key + "=" +
+                                           (expected ? "true" : "false") + "\n"));
+            EXPECT_EQ(host.MenuFlags(VELMORA_SETTINGS_MENU, item),
+                      expected ? Host::MenuItemFlag::Checked : 0u);
+            ASSERT_EQ(host.Reports().size(), reportsBefore + 1);
+            EXPECT_EQ(host.Reports().back().text, expected ? c.onText : c.offText);
+            EXPECT_FALSE(host.Reports().back().alert);
+        }
+    }
+    EXPECT_TRUE(Settings::Get().extractOptions.includeMask); // each flag is back where it was
 }
 
 TEST_F(ToggleTest, CheckMarksKeepOtherFlagBitsAndSkipItemsWhoseFlagsCannotBeRead) {

@@ -79,17 +79,5 @@ TEST_F(SimHostTest, EventLoopCallsReachOnlyTheOwnModulesInstalledHandler) {
     EXPECT_EQ(host.Calls().OffMainThreadCalls(), 1);
 }
 
-TEST_F(SimHostTest, PreferencesSurviveInTheHostFolder) {
-    std::string const blob("\x02\x00\x00\x00xyz", 7);
-    ASSERT_EQ(host.SetPreferences(2, 7, blob.data()), Host::Error::NoError);
-    Sim::SimHost again(Options());
-    Host::Int32 version = 0;
-    Host::GSSize size = 7;
-    std::string read(7, '\0');
-    ASSERT_EQ(again.GetPreferences(&version, &size, read.data()), Host::Error::NoError);
-    EXPECT_EQ(version, 2);
-    EXPECT_EQ(read, blob);
-}
-
 } // namespace
 } // namespace Velmora::Testing
