@@ -31,17 +31,21 @@ run_suites() {
 }
 
 run_fuzzers() {
-    local dir=$1 target corpus
+    local dir=$1 target name corpus log
     echo "== fuzz (${FUZZ_SECONDS}s each)"
+    mkdir -p "$dir/fuzz-logs"
     for target in "$dir"/bin/fuzz_*; do
+        [ -f "$target" ] && [ -x "$target" ] || continue
+        name=$(basename "$target")
+        log="$dir/fuzz-logs/$name.log"
         corpus=$(mktemp -d)
         if "$target" -max_total_time="$FUZZ_SECONDS" -print_final_stats=0 "$corpus" \
-            >"$target.log" 2>&1; then
-            echo "$(basename "$target"): clean"
+            >"$log" 2>&1; then
+            echo "$name: clean"
             passed=$((passed + 1))
         else
-            tail -40 "$target.log"
-            echo "$(basename "$target"): FAILED (log: $target.log)"
+            tail -40 "$log"
+            echo "$name: FAILED (log: $log)"
             failed=$((failed + 1))
         fi
         rm -rf "$corpus"
