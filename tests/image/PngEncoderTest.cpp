@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -80,6 +81,35 @@ std::uint32_t ReadU32BE(const unsigned char* p) {
     return (std::uint32_t{p[0]} << 24) | (p[1] << 16) | (p[2] << 8) | p[3];
 }
 
+// The IDAT's zlib stream (the chunk after IHDR), inflated by zlib itself.
+Bytes InflateIdat(const Bytes& png, std::size_t filteredSize) {
+    constexpr std::size_t kIdatAt = 8 + 12 + 13;
+    Bytes filtered(filteredSize + 1);
+    uLongf length = filtered.size();
+    EXPECT_EQ(uncompress(filtered.data(), &length, &png[kIdatAt + 8], ReadU32BE(&png[kIdatAt])),
+              Z_OK);
+    filtered.resize(length);
+    return filtered;
+}
+
+// Undoes the row filters as a decoder does, to compare the inflated stream with the pixels.
+Bytes Unfilter(const Bytes& filtered, std::size_t rowBytes, std::size_t bpp) {
+    Bytes raw;
+    for (std::size_t at = 0, y = 0; at + rowBytes < filtered.size() + 1; at += rowBytes + 1, ++y) {
+        for (std::size_t x = 0; x < rowBytes; ++x) {
+            const int a = x >= bpp ? raw[raw.size() - bpp] : 0;
+            const int b = y > 0 ? raw[raw.size() - rowBytes] : 0;
+            const int c = x >= bpp && y > 0 ? raw[raw.size() - rowBytes - bpp] : 0;
+            const int pa = std::abs(b - c), pb = std::abs(a - c), pc = std::abs(a + b - 2 * c);
+            const int paeth = pa <= pb && pa <= pc ? a : pb <= pc ? b : c;
+            const int predictors[5] = {0, a, b, (a + b) / 2, paeth};
+            raw.push_back(
+                static_cast<unsigned char>(filtered[at + 1 + x] + predictors[filtered[at] % 5]));
+        }
+    }
+    return raw;
+}
+
 // Encodes and checks what readers rely on: exactly IHDR, IDAT and IEND with correct CRCs, and a
 // single zlib stream, with nothing after it, that decodes to the pixels without a warning.
 Bytes Encode(const Picture& p) {
@@ -104,7 +134,21 @@ Bytes Encode(const Picture& p) {
     }
     EXPECT_EQ(image.warning_or_error, 0u) << image.message;
     EXPECT_TRUE(decoded == p.pixels);
+    const std::size_t rowBytes = static_cast<std::size_t>(p.width * p.channels);
+    const Bytes filtered = InflateIdat(png, p.height * (rowBytes + 1));
+    EXPECT_EQ(filtered.size(), p.height * (rowBytes + 1));
+    EXPECT_TRUE(Unfilter(filtered, rowBytes, static_cast<std::size_t>(p.channels)) == p.pixels);
     return png;
+}
+
+TEST(PngEncoderFilters, KnownExamplesPickTheirFilters) {
+    // All white: Sub wins the first row (Paeth ties with it and loses), Up every later one.
+    const Bytes white =
+        InflateIdat(Encode(Generate("white", 5, 3, 3, [](int, int, int) { return 255; })), 3 * 16);
+    EXPECT_EQ((Bytes{white[0], white[16], white[32]}), (Bytes{1, 2, 2}));
+    // 1x1: every filter ties, so None: the type byte and the pixel.
+    const Picture one = RandomPicture(1, 1, 3, 4);
+    EXPECT_EQ(InflateIdat(Encode(one), 4), (Bytes{0, one.pixels[0], one.pixels[1], one.pixels[2]}));
 }
 
 TEST(PngEncoderRoundTrip, EdgeShapesDecodeAndMatchesReachExactlyOneWindowBack) {
