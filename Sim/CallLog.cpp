@@ -36,12 +36,6 @@ std::vector<CallRecord> CallLog::Records() const {
     return records_;
 }
 
-int CallLog::CountOf(std::string const& call) const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto found = counts_.find(call);
-    return found == counts_.end() ? 0 : found->second;
-}
-
 int CallLog::OffMainThreadCalls() const {
     std::lock_guard<std::mutex> lock(mutex_);
     int count = 0;

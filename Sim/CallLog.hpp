@@ -44,7 +44,6 @@ public:
     std::optional<Host::GSErrCode> Enter(std::string const& call, bool mainThreadOnly = true);
 
     std::vector<CallRecord> Records() const;
-    int CountOf(std::string const& call) const;
     int OffMainThreadCalls() const;
 
 private:

@@ -52,10 +52,9 @@ Host::GSErrCode SimHost::SetPreferences(Host::Int32 version, Host::GSSize nByte,
     return preferences_.Set(version, nByte, data);
 }
 
-void SimHost::KeepInMemory(bool keepIn) {
+void SimHost::KeepInMemory(bool /*keepIn*/) {
+    // The simulated host never unloads the add-on on its own, so the request is only logged.
     calls_.Enter("ACAPI_KeepInMemory");
-    std::lock_guard<std::mutex> lock(mutex_);
-    keptInMemory_ = keepIn;
 }
 
 Host::GSErrCode SimHost::RegisterModelessWindow(Host::Int32 referenceID,
@@ -93,16 +92,6 @@ bool SimHost::RSGetIndString(std::string* result, Host::Int32 resID, Host::Int32
 std::vector<SimReport> SimHost::Reports() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return reports_;
-}
-
-std::vector<SimPalette> SimHost::Palettes() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return palettes_;
-}
-
-bool SimHost::KeptInMemory() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return keptInMemory_;
 }
 
 void SimHost::OnReport(std::function<void(SimReport const&)> listener) {

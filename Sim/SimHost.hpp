@@ -63,10 +63,7 @@ public:
     CallLog& Calls() { return calls_; }
     EventLoop& Loop() { return loop_; }
     SimMenus& Menus() { return menus_; }
-    SimPreferences const& Preferences() const { return preferences_; }
     std::vector<SimReport> Reports() const;
-    std::vector<SimPalette> Palettes() const;
-    bool KeptInMemory() const;
     // Called on the main thread for every report as it is written.
     void OnReport(std::function<void(SimReport const&)> listener);
 
@@ -84,7 +81,6 @@ private:
     mutable std::mutex mutex_;
     std::vector<SimReport> reports_;
     std::vector<SimPalette> palettes_;
-    bool keptInMemory_ = false;
     std::function<void(SimReport const&)> reportListener_;
 };
 

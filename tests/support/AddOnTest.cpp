@@ -14,6 +14,9 @@ namespace Velmora::Testing {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Puts the settings singleton back to a freshly constructed state.
 void ResetSettingsToDefaults() {
     Settings const defaults;
     Settings& settings = Settings::Get();
@@ -26,6 +29,8 @@ void ResetSettingsToDefaults() {
     settings.excludeVegetation = defaults.excludeVegetation;
     settings.ClearAuthToken();
 }
+
+} // namespace
 
 AddOnTest::AddOnTest() {
     host.resourceStrings[{VELMORA_ADDON_INFO_STRINGS, 1}] = "Velmora";

@@ -22,9 +22,6 @@ protected:
     TempHome home;
 };
 
-// Puts the settings singleton back to a freshly constructed state.
-void ResetSettingsToDefaults();
-
 // Puts a fake system opener ("open" / "xdg-open") first on PATH for the lifetime of a test.
 // It records each argument it receives on its own line and exits with the given status.
 class FakeOpener {

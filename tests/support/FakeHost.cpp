@@ -110,11 +110,6 @@ Host::APIMenuCommandProc* FakeHost::MenuHandler(short menu) const {
     return found == menuHandlers_.end() ? nullptr : found->second;
 }
 
-int FakeHost::PendingEventLoopCalls() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return pendingCalls_;
-}
-
 void FakeHost::RunEventLoop() {
     Host::APIModulCommandProc* handler = nullptr;
     int calls = 0;

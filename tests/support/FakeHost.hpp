@@ -73,7 +73,6 @@ public:
     std::vector<Report> Reports() const;
     Host::GSFlags MenuFlags(short menu, Host::Int32 item) const;
     Host::APIMenuCommandProc* MenuHandler(short menu) const;
-    int PendingEventLoopCalls() const;
 
     // Runs the add-on's own command once per pending event-loop call, like the host's loop.
     void RunEventLoop();

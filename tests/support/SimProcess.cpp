@@ -27,10 +27,8 @@ std::vector<std::string> SimRun::OutLines() const {
 
 SimRun RunVelmoraSim(std::vector<std::string> const& args) {
     // velmora-sim lands beside the test programs.
-    char const* binDir = std::getenv("VELMORA_BIN_DIR");
     std::string const program =
-        (binDir != nullptr ? fs::path(binDir) : fs::read_symlink("/proc/self/exe").parent_path()) /
-        "velmora-sim";
+        (fs::read_symlink("/proc/self/exe").parent_path() / "velmora-sim").string();
     std::string pattern = (fs::temp_directory_path() / "velmora-simrun-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("mkdtemp failed");
