@@ -16,10 +16,6 @@ namespace {
 constexpr std::size_t kChannels = 3;
 constexpr unsigned char kWhite = 255;
 
-std::size_t RasterBytes(int width, int height) {
-    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * kChannels;
-}
-
 // lround(colour * 255 / reference) clamped to a byte, for every (reference, colour) pair;
 // 0 where the reference is 0. Indexed [reference * 256 + colour].
 using RatioTable = std::array<unsigned char, 256 * 256>;
@@ -150,13 +146,13 @@ bool RatioRecoverColors(const std::vector<unsigned char>& colourCapture,
     if (width < 1 || height < 1) {
         return false;
     }
-    const std::size_t total = RasterBytes(width, height);
+    const std::size_t total = ve_detail::RasterBytes(width, height);
     if (colourCapture.size() != total || referenceCapture.size() != total) {
         return false;
     }
     out.assign(total, kWhite);
     const RatioTable& ratios = ChannelRatios();
-    const std::size_t stride = RasterBytes(width, 1);
+    const std::size_t stride = ve_detail::RasterBytes(width, 1);
     for (std::size_t offset = 0; offset < total; offset += stride) {
         RecoverRow(ratios, colourCapture.data() + offset, referenceCapture.data() + offset,
                    out.data() + offset, static_cast<std::size_t>(width), minReference);
@@ -168,14 +164,14 @@ void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
                          const std::vector<unsigned char>& inUse, unsigned char backgroundFloor,
                          long maxSqError) {
     if (width < 1 || height < 1 || rgb.empty() || inUse.size() != kLatticeSize ||
-        rgb.size() < RasterBytes(width, height)) {
+        rgb.size() < ve_detail::RasterBytes(width, height)) {
         return;
     }
     const LatticeSnapper snapper(inUse, backgroundFloor, maxSqError);
     // Masks are long runs of one colour: a pixel equal to the previous input reuses its result.
     unsigned char previousInput[kChannels] = {0, 0, 0};
     Rgb8 previousResult = snapper.Snap(previousInput);
-    const std::size_t total = RasterBytes(width, height);
+    const std::size_t total = ve_detail::RasterBytes(width, height);
     for (unsigned char* pixel = rgb.data(); pixel != rgb.data() + total; pixel += kChannels) {
         if (pixel[0] != previousInput[0] || pixel[1] != previousInput[1] ||
             pixel[2] != previousInput[2]) {
@@ -190,10 +186,10 @@ void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
 
 double MaskForegroundFraction(const std::vector<unsigned char>& rgb, int width, int height,
                               unsigned char backgroundFloor) {
-    if (width < 1 || height < 1 || rgb.size() < RasterBytes(width, height)) {
+    if (width < 1 || height < 1 || rgb.size() < ve_detail::RasterBytes(width, height)) {
         return 0.0;
     }
-    const std::size_t total = RasterBytes(width, height);
+    const std::size_t total = ve_detail::RasterBytes(width, height);
     std::size_t foreground = 0;
     for (std::size_t at = 0; at < total; at += kChannels) {
         if (rgb[at] < backgroundFloor || rgb[at + 1] < backgroundFloor ||

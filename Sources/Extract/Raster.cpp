@@ -11,10 +11,6 @@ namespace {
 
 constexpr std::size_t kChannels = 3;
 
-std::size_t RasterBytes(int width, int height) {
-    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * kChannels;
-}
-
 // Source byte offset of every destination column, computed once per call.
 std::vector<std::size_t> NearestColumnOffsets(int srcWidth, int dstWidth) {
     std::vector<std::size_t> offsets(static_cast<std::size_t>(dstWidth));
@@ -71,12 +67,12 @@ bool CropRgbInPlace(std::vector<unsigned char>& rgb, int& width, int& height,
         return false;
     }
     if (std::int64_t{rect.x} + rect.width > width || std::int64_t{rect.y} + rect.height > height ||
-        rgb.size() < RasterBytes(width, height)) {
+        rgb.size() < ve_detail::RasterBytes(width, height)) {
         return false;
     }
-    const std::size_t sourceStride = RasterBytes(width, 1);
-    const std::size_t croppedStride = RasterBytes(rect.width, 1);
-    std::vector<unsigned char> cropped(RasterBytes(rect.width, rect.height));
+    const std::size_t sourceStride = ve_detail::RasterBytes(width, 1);
+    const std::size_t croppedStride = ve_detail::RasterBytes(rect.width, 1);
+    std::vector<unsigned char> cropped(ve_detail::RasterBytes(rect.width, rect.height));
     const unsigned char* source = rgb.data() + static_cast<std::size_t>(rect.y) * sourceStride +
                                   static_cast<std::size_t>(rect.x) * kChannels;
     for (std::size_t row = 0; row < static_cast<std::size_t>(rect.height); ++row) {
@@ -92,13 +88,13 @@ bool CropRgbInPlace(std::vector<unsigned char>& rgb, int& width, int& height,
 bool ScaleRgbNearest(const std::vector<unsigned char>& src, int srcWidth, int srcHeight,
                      int dstWidth, int dstHeight, std::vector<unsigned char>& dst) {
     if (srcWidth < 1 || srcHeight < 1 || dstWidth < 1 || dstHeight < 1 ||
-        src.size() != RasterBytes(srcWidth, srcHeight)) {
+        src.size() != ve_detail::RasterBytes(srcWidth, srcHeight)) {
         return false;
     }
-    dst.resize(RasterBytes(dstWidth, dstHeight));
+    dst.resize(ve_detail::RasterBytes(dstWidth, dstHeight));
     const std::vector<std::size_t> columnOffsets = NearestColumnOffsets(srcWidth, dstWidth);
-    const std::size_t srcStride = RasterBytes(srcWidth, 1);
-    const std::size_t dstStride = RasterBytes(dstWidth, 1);
+    const std::size_t srcStride = ve_detail::RasterBytes(srcWidth, 1);
+    const std::size_t dstStride = ve_detail::RasterBytes(dstWidth, 1);
     std::size_t previousSourceRow = 0;
     for (std::size_t y = 0; y < static_cast<std::size_t>(dstHeight); ++y) {
         unsigned char* target = dst.data() + y * dstStride;

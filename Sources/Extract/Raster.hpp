@@ -1,10 +1,18 @@
 // Pure helpers on packed RGB rasters: 3 bytes a pixel, rows top to bottom, no padding.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Velmora {
+
+namespace ve_detail {
+// Bytes of a packed width x height RGB raster.
+inline std::size_t RasterBytes(int width, int height) {
+    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
+}
+} // namespace ve_detail
 
 struct SafeFrameRect {
     std::int32_t x = 0;
