@@ -3,6 +3,7 @@
 #include "ResourceIds.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/SimHost.hpp"
+#include "SupportFolder.hpp"
 #include "TriggerFilePoller.hpp"
 
 #include <chrono>
@@ -19,8 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
-fs::path SupportFolder(std::string const& home) {
-    return fs::path(home) / "Library" / "Application Support" / "VelmoraAI" / "Archicad";
+// The add-on's own folder under the HOME the session set.
+fs::path SupportFolder() {
+    return SupportFolderPath();
 }
 
 std::string MakeTempHome() {
@@ -96,7 +98,7 @@ bool Runner::PrepareHome() {
 }
 
 bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
-    fs::path const file = SupportFolder(home_) / name;
+    fs::path const file = SupportFolder() / name;
     std::error_code ec;
     fs::create_directories(file.parent_path(), ec);
     std::uint64_t const passesBefore = TriggerFilePoller::CompletedPasses();
@@ -141,14 +143,14 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
         PrintMenus(out_, host, action.menu);
         return true;
     case SimAction::Kind::ShowPaths:
-        out_ << "settings.cfg: " << (SupportFolder(home_) / "settings.cfg").string() << "\n"
-             << "log: " << (SupportFolder(home_) / "logs" / "velmora.log").string() << "\n";
+        out_ << "settings.cfg: " << (SupportFolder() / "settings.cfg").string() << "\n"
+             << "log: " << (SupportFolder() / "logs" / "velmora.log").string() << "\n";
         return true;
     case SimAction::Kind::PrintSettings:
-        PrintFile(out_, "settings.cfg", SupportFolder(home_) / "settings.cfg");
+        PrintFile(out_, "settings.cfg", SupportFolder() / "settings.cfg");
         return true;
     case SimAction::Kind::PrintLog:
-        PrintFile(out_, "log", SupportFolder(home_) / "logs" / "velmora.log");
+        PrintFile(out_, "log", SupportFolder() / "logs" / "velmora.log");
         return true;
     }
     return true;

@@ -1,5 +1,6 @@
 // settings.cfg: the machine-local, hand-editable layer on top of the host preferences.
 #include "Settings.hpp"
+#include "SupportFolder.hpp"
 
 #include <cstdlib>
 #include <filesystem>
@@ -131,11 +132,10 @@ std::string LocalFileText(Settings const& settings) {
 } // namespace
 
 std::string Settings::LocalConfigPath() const {
-    char const* home = std::getenv("HOME");
-    if (home == nullptr || *home == '\0')
+    std::string const support = SupportFolderPath();
+    if (support.empty())
         return std::string();
-    fs::path const folder =
-        fs::path(home) / "Library" / "Application Support" / "VelmoraAI" / "Archicad";
+    fs::path const folder(support);
     std::error_code ignored;
     fs::create_directories(folder, ignored);
     return (folder / "settings.cfg").string();

@@ -1,8 +1,9 @@
 #include "Logger.hpp"
 
+#include "SupportFolder.hpp"
+
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 
@@ -115,11 +116,10 @@ std::string Logger::TimestampUtc() {
 bool Logger::ResolveAndEnsureLogDir() {
     logDir_.clear();
     logPath_.clear();
-    char const* home = std::getenv("HOME");
-    if (home == nullptr || *home == '\0')
+    std::string const support = SupportFolderPath();
+    if (support.empty())
         return false;
-    fs::path const folder = fs::path(std::string(home) + "/Library/Application Support") /
-                            "VelmoraAI" / "Archicad" / "logs";
+    fs::path const folder = fs::path(support) / "logs";
     std::error_code error;
     fs::create_directories(folder, error);
     if (error)
