@@ -18,7 +18,8 @@ std::string PreferencesPath(SimHostOptions const& options) {
 
 SimHost::SimHost(SimHostOptions options)
     : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
-      communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)) {}
+      communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)),
+      project_(calls_) {}
 
 bool SimHost::LoadResources(std::string& error) {
     if (resources_.Load(options_.resourceFile, options_.resourceIdsHeader))
@@ -55,6 +56,17 @@ Host::GSErrCode SimHost::SetPreferences(Host::Int32 version, Host::GSSize nByte,
 void SimHost::KeepInMemory(bool /*keepIn*/) {
     // The simulated host never unloads the add-on on its own, so the request is only logged.
     calls_.Enter("ACAPI_KeepInMemory");
+}
+
+void SimHost::GetReleaseNumber(Host::API_ServerApplicationInfo* serverApplicationInfo) {
+    calls_.Enter("ACAPI_GetReleaseNumber");
+    if (serverApplicationInfo == nullptr)
+        return;
+    serverApplicationInfo->serverApplication = Host::APIAppl_ArchiCADID;
+    serverApplicationInfo->mainVersion = 28;
+    serverApplicationInfo->releaseVersion = 0;
+    serverApplicationInfo->buildNum = 5000;
+    serverApplicationInfo->language = "INT";
 }
 
 Host::GSErrCode SimHost::RegisterModelessWindow(Host::Int32 referenceID,

@@ -7,6 +7,7 @@
 #include "Sim/SimCommunication.hpp"
 #include "Sim/SimMenus.hpp"
 #include "Sim/SimPreferences.hpp"
+#include "Sim/SimProject.hpp"
 #include "Sim/SimResources.hpp"
 
 #include <functional>
@@ -45,12 +46,19 @@ public:
     Host::MenuItemApi& MenuItem() override { return menus_; }
     Host::AddOnAddOnCommunicationApi& AddOnAddOnCommunication() override { return communication_; }
     Host::AddOnIntegrationApi& AddOnIntegration() override { return communication_; }
+    Host::SightApi& Sight() override { return project_; }
+    Host::ElementApi& Element() override { return project_; }
+    Host::ModelAccessApi& ModelAccess() override { return project_; }
+    Host::ProjectOperationApi& ProjectOperation() override { return project_; }
+    Host::WindowApi& Window() override { return project_; }
+    Host::AttributeApi& Attribute() override { return project_; }
 
     void WriteReport(const std::string& text, bool withDial) override;
     Host::GSErrCode GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) override;
     Host::GSErrCode SetPreferences(Host::Int32 version, Host::GSSize nByte,
                                    const void* data) override;
     void KeepInMemory(bool keepIn) override;
+    void GetReleaseNumber(Host::API_ServerApplicationInfo* serverApplicationInfo) override;
     Host::GSErrCode RegisterModelessWindow(Host::Int32 referenceID,
                                            Host::APIPaletteControlCallBackProc* callBackProc,
                                            Host::GSFlags controlFlags,
@@ -77,6 +85,7 @@ private:
     SimMenus menus_;
     SimCommunication communication_;
     SimPreferences preferences_;
+    SimProject project_;
 
     mutable std::mutex mutex_;
     std::vector<SimReport> reports_;

@@ -5,8 +5,10 @@
 #pragma once
 
 #include "Host/HostTypes.hpp"
+#include "Host/ModelerApi.hpp"
 
 #include <string>
+#include <vector>
 
 namespace Velmora::Host {
 
@@ -36,6 +38,51 @@ public:
                                                  APIModulCommandProc* handlerProc) = 0;
 };
 
+// Sights are the host's opaque pointers; nullptr stands for the 3D window's own sight.
+class SightApi {
+public:
+    virtual ~SightApi() = default;
+    virtual GSErrCode CreateSight(void** newSightPtr) = 0;
+    virtual GSErrCode SelectSight(void* sightPtr, void** oldSightPtr) = 0;
+    virtual GSErrCode DeleteSight(void* sightPtr) = 0;
+    virtual GSErrCode GetSelectedSightModel(ModelerAPI::Model& model) = 0;
+};
+
+class ElementApi {
+public:
+    virtual ~ElementApi() = default;
+    virtual GSErrCode GetElemList(const API_ElemType& type, std::vector<API_Guid>* elemList,
+                                  API_ElemFilterFlags filterBits) = 0;
+};
+
+class ModelAccessApi {
+public:
+    virtual ~ModelAccessApi() = default;
+    // Refused while the 3D window's own sight is selected.
+    virtual GSErrCode
+    GenerateModelWithSeparateComponents(const std::vector<API_Guid>& elementGuids) = 0;
+};
+
+class ProjectOperationApi {
+public:
+    virtual ~ProjectOperationApi() = default;
+    virtual GSErrCode Project(API_ProjectInfo* projectInfo) = 0;
+};
+
+class WindowApi {
+public:
+    virtual ~WindowApi() = default;
+    virtual GSErrCode GetCurrentWindow(API_WindowInfo* windowInfo) = 0;
+};
+
+class AttributeApi {
+public:
+    virtual ~AttributeApi() = default;
+    // Fills attrHead->index from its name; BadName when there is none of that name.
+    virtual GSErrCode Search(API_Attr_Head* attrHead) = 0;
+    virtual GSErrCode Get(API_Attribute* attribute) = 0;
+};
+
 class Port {
 public:
     virtual ~Port() = default;
@@ -43,12 +90,19 @@ public:
     virtual MenuItemApi& MenuItem() = 0;
     virtual AddOnAddOnCommunicationApi& AddOnAddOnCommunication() = 0;
     virtual AddOnIntegrationApi& AddOnIntegration() = 0;
+    virtual SightApi& Sight() = 0;
+    virtual ElementApi& Element() = 0;
+    virtual ModelAccessApi& ModelAccess() = 0;
+    virtual ProjectOperationApi& ProjectOperation() = 0;
+    virtual WindowApi& Window() = 0;
+    virtual AttributeApi& Attribute() = 0;
 
     // Calls the host keeps outside any group.
     virtual void WriteReport(const std::string& text, bool withDial) = 0;
     virtual GSErrCode GetPreferences(Int32* version, GSSize* nByte, void* data) = 0;
     virtual GSErrCode SetPreferences(Int32 version, GSSize nByte, const void* data) = 0;
     virtual void KeepInMemory(bool keepIn) = 0;
+    virtual void GetReleaseNumber(API_ServerApplicationInfo* serverApplicationInfo) = 0;
     virtual GSErrCode RegisterModelessWindow(Int32 referenceID,
                                              APIPaletteControlCallBackProc* callBackProc,
                                              GSFlags controlFlags, const API_Guid& paletteGuid) = 0;

@@ -31,6 +31,7 @@ constexpr GSErrCode BadName = static_cast<GSErrCode>(0x81060067u);
 constexpr GSErrCode BadPars = static_cast<GSErrCode>(0x81060068u);
 constexpr GSErrCode BadDatabase = static_cast<GSErrCode>(0x8106006Au);
 constexpr GSErrCode BadWindow = static_cast<GSErrCode>(0x8106006Bu);
+constexpr GSErrCode BadGuid = static_cast<GSErrCode>(0x81060074u);
 constexpr GSErrCode NoPlan = static_cast<GSErrCode>(0x810600CBu);
 constexpr GSErrCode NoAccessRight = static_cast<GSErrCode>(0x81060133u);
 constexpr GSErrCode ModulNotInstalled = static_cast<GSErrCode>(0x81060191u);
@@ -197,6 +198,99 @@ enum API_ElemTypeID : Int32 {
     API_ColumnSegmentID = 71,
     API_OpeningID = 72,
     API_ExternalElemID = 150,
+};
+
+using API_ElemVariationID = GSType;
+
+struct API_ElemType {
+    API_ElemTypeID typeID = API_ZombieElemID; // zombie: every type
+    API_ElemVariationID variationID = 0;
+    API_Guid classID;
+};
+
+using API_ElemFilterFlags = GSFlags;
+
+namespace ElemFilter {
+constexpr API_ElemFilterFlags APIFilt_None = 0x0;
+constexpr API_ElemFilterFlags APIFilt_IsEditable = 0x1;
+constexpr API_ElemFilterFlags APIFilt_OnVisLayer = 0x2;
+constexpr API_ElemFilterFlags APIFilt_OnActFloor = 0x4;
+constexpr API_ElemFilterFlags APIFilt_In3D = 0x8;
+} // namespace ElemFilter
+
+// ---- Project, windows, application ---------------------------------------------------------
+
+struct API_ProjectInfo {
+    bool untitled = true; // never saved: no file
+    bool teamwork = false;
+    std::string location;      // the solo project's file, when there is one
+    std::string location_team; // the shared project's file, when there is one
+    std::string projectPath;
+    std::string projectName;
+};
+
+enum API_WindowTypeID : Int32 {
+    API_ZombieWindowID = 0,
+    APIWind_FloorPlanID = 1,
+    APIWind_SectionID = 2,
+    APIWind_DetailID = 3,
+    APIWind_3DModelID = 4,
+    APIWind_LayoutID = 5,
+    APIWind_DrawingID = 6,
+    APIWind_ElevationID = 10,
+};
+
+struct API_WindowInfo {
+    API_WindowTypeID typeID = API_ZombieWindowID;
+    Int32 index = 0;
+    std::string title;
+    std::string name;
+};
+
+enum API_ApplicationTypeID : Int32 {
+    APIAppl_ArchiCADID = 1,
+};
+
+struct API_ServerApplicationInfo {
+    API_ApplicationTypeID serverApplication = APIAppl_ArchiCADID;
+    std::uint16_t mainVersion = 0;
+    std::int16_t releaseVersion = 0;
+    bool runningInBackground = false;
+    Int32 buildNum = 0;
+    std::string language;
+};
+
+// ---- Attributes ----------------------------------------------------------------------------
+
+enum API_AttrTypeID : Int32 {
+    API_ZombieAttrID = 0,
+    API_LayerID = 1,
+    API_MaterialID = 5,
+};
+
+// Looked up by index, or with index 0 by name.
+struct API_Attr_Head {
+    API_AttrTypeID typeID = API_ZombieAttrID;
+    Int32 index = 0;
+    std::string name;
+};
+
+struct API_RGBColor {
+    double f_red = 0.0, f_green = 0.0, f_blue = 0.0;
+};
+
+struct API_MaterialType {
+    API_Attr_Head head;
+    short transpPc = 0; // transparency, 0..100
+    API_RGBColor surfaceRGB;
+};
+
+// The host's attribute is a union whose members all begin with the header; the add-on
+// reads only materials, so the record holds the header and the material side by side and
+// the adapter keeps them in step.
+struct API_Attribute {
+    API_Attr_Head header;
+    API_MaterialType material;
 };
 
 } // namespace Velmora::Host

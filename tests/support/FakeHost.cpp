@@ -37,6 +37,7 @@ void FakeHost::InstallDefaults() {
             return Host::Error::NoError;
         }));
     InstallCommunicationDefaults();
+    InstallModelDefaults();
 
     ON_CALL(*this, WriteReport(_, _))
         .WillByDefault(Invoke([this](const std::string& text, bool alert) {
@@ -90,6 +91,27 @@ void FakeHost::InstallCommunicationDefaults() {
             std::lock_guard<std::mutex> lock(mutex_);
             commandHandler_ = proc;
             return Host::Error::NoError;
+        }));
+}
+
+// With no project scripted, the model calls refuse as the host does without a model; tests
+// that need a model script these calls.
+void FakeHost::InstallModelDefaults() {
+    ON_CALL(sight, CreateSight(_)).WillByDefault(Return(Host::Error::General));
+    ON_CALL(sight, SelectSight(_, _)).WillByDefault(Return(Host::Error::BadPars));
+    ON_CALL(sight, DeleteSight(_)).WillByDefault(Return(Host::Error::BadPars));
+    ON_CALL(sight, GetSelectedSightModel(_)).WillByDefault(Return(Host::Error::RefusedCmd));
+    ON_CALL(element, GetElemList(_, _, _)).WillByDefault(Return(Host::Error::BadPars));
+    ON_CALL(modelAccess, GenerateModelWithSeparateComponents(_))
+        .WillByDefault(Return(Host::Error::General));
+    ON_CALL(projectOperation, Project(_)).WillByDefault(Return(Host::Error::NoPlan));
+    ON_CALL(window, GetCurrentWindow(_)).WillByDefault(Return(Host::Error::BadWindow));
+    ON_CALL(attribute, Search(_)).WillByDefault(Return(Host::Error::BadName));
+    ON_CALL(attribute, Get(_)).WillByDefault(Return(Host::Error::BadIndex));
+    ON_CALL(*this, GetReleaseNumber(_))
+        .WillByDefault(Invoke([](Host::API_ServerApplicationInfo* info) {
+            if (info != nullptr)
+                info->mainVersion = 28;
         }));
 }
 

@@ -43,6 +43,44 @@ public:
                 (Host::GSType, Host::Int32, Host::APIModulCommandProc*), (override));
 };
 
+class MockSight : public Host::SightApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, CreateSight, (void**), (override));
+    MOCK_METHOD(Host::GSErrCode, SelectSight, (void*, void**), (override));
+    MOCK_METHOD(Host::GSErrCode, DeleteSight, (void*), (override));
+    MOCK_METHOD(Host::GSErrCode, GetSelectedSightModel, (Host::ModelerAPI::Model&), (override));
+};
+
+class MockElement : public Host::ElementApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, GetElemList,
+                (const Host::API_ElemType&, std::vector<Host::API_Guid>*,
+                 Host::API_ElemFilterFlags),
+                (override));
+};
+
+class MockModelAccess : public Host::ModelAccessApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, GenerateModelWithSeparateComponents,
+                (const std::vector<Host::API_Guid>&), (override));
+};
+
+class MockProjectOperation : public Host::ProjectOperationApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, Project, (Host::API_ProjectInfo*), (override));
+};
+
+class MockWindow : public Host::WindowApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, GetCurrentWindow, (Host::API_WindowInfo*), (override));
+};
+
+class MockAttribute : public Host::AttributeApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, Search, (Host::API_Attr_Head*), (override));
+    MOCK_METHOD(Host::GSErrCode, Get, (Host::API_Attribute*), (override));
+};
+
 struct Report {
     std::string text;
     bool alert = false;
@@ -55,12 +93,19 @@ public:
     Host::MenuItemApi& MenuItem() override { return menuItem; }
     Host::AddOnAddOnCommunicationApi& AddOnAddOnCommunication() override { return communication; }
     Host::AddOnIntegrationApi& AddOnIntegration() override { return integration; }
+    Host::SightApi& Sight() override { return sight; }
+    Host::ElementApi& Element() override { return element; }
+    Host::ModelAccessApi& ModelAccess() override { return modelAccess; }
+    Host::ProjectOperationApi& ProjectOperation() override { return projectOperation; }
+    Host::WindowApi& Window() override { return window; }
+    Host::AttributeApi& Attribute() override { return attribute; }
 
     MOCK_METHOD(void, WriteReport, (const std::string&, bool), (override));
     MOCK_METHOD(Host::GSErrCode, GetPreferences, (Host::Int32*, Host::GSSize*, void*), (override));
     MOCK_METHOD(Host::GSErrCode, SetPreferences, (Host::Int32, Host::GSSize, const void*),
                 (override));
     MOCK_METHOD(void, KeepInMemory, (bool), (override));
+    MOCK_METHOD(void, GetReleaseNumber, (Host::API_ServerApplicationInfo*), (override));
     MOCK_METHOD(Host::GSErrCode, RegisterModelessWindow,
                 (Host::Int32, Host::APIPaletteControlCallBackProc*, Host::GSFlags,
                  const Host::API_Guid&),
@@ -80,6 +125,12 @@ public:
     testing::NiceMock<MockMenuItem> menuItem;
     testing::NiceMock<MockAddOnAddOnCommunication> communication;
     testing::NiceMock<MockAddOnIntegration> integration;
+    testing::NiceMock<MockSight> sight;
+    testing::NiceMock<MockElement> element;
+    testing::NiceMock<MockModelAccess> modelAccess;
+    testing::NiceMock<MockProjectOperation> projectOperation;
+    testing::NiceMock<MockWindow> window;
+    testing::NiceMock<MockAttribute> attribute;
 
     std::string preferences; // the stored blob
     Host::Int32 preferencesVersion = 0;
@@ -88,6 +139,7 @@ public:
 private:
     void InstallDefaults();
     void InstallCommunicationDefaults();
+    void InstallModelDefaults();
 
     mutable std::mutex mutex_;
     std::vector<Report> reports_;
