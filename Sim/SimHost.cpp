@@ -19,7 +19,7 @@ std::string PreferencesPath(SimHostOptions const& options) {
 SimHost::SimHost(SimHostOptions options)
     : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
       communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)),
-      project_(calls_) {}
+      project_(calls_), window3D_(calls_) {}
 
 bool SimHost::LoadResources(std::string& error) {
     if (resources_.Load(options_.resourceFile, options_.resourceIdsHeader))

@@ -9,6 +9,7 @@
 #include "Sim/SimPreferences.hpp"
 #include "Sim/SimProject.hpp"
 #include "Sim/SimResources.hpp"
+#include "Sim/SimWindow3D.hpp"
 
 #include <functional>
 #include <mutex>
@@ -52,6 +53,11 @@ public:
     Host::ProjectOperationApi& ProjectOperation() override { return project_; }
     Host::WindowApi& Window() override { return project_; }
     Host::AttributeApi& Attribute() override { return project_; }
+    Host::ViewApi& View() override { return window3D_; }
+    Host::DatabaseApi& Database() override { return window3D_; }
+    Host::RenderingApi& Rendering() override { return window3D_; }
+    Host::ProjectSettingsApi& ProjectSettings() override { return window3D_; }
+    Host::UserInputApi& UserInput() override { return window3D_; }
 
     void WriteReport(const std::string& text, bool withDial) override;
     Host::GSErrCode GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) override;
@@ -86,6 +92,7 @@ private:
     SimCommunication communication_;
     SimPreferences preferences_;
     SimProject project_;
+    SimWindow3D window3D_;
 
     mutable std::mutex mutex_;
     std::vector<SimReport> reports_;

@@ -50,6 +50,13 @@ Host::GSErrCode SimProject::Project(Host::API_ProjectInfo* /*projectInfo*/) {
     return Host::Error::NoPlan;
 }
 
+Host::GSErrCode SimProject::Save(const Host::API_FileSavePars* /*fileSavePars*/,
+                                 const Host::API_SavePars_Picture* /*formatPars*/) {
+    if (auto err = calls_.Enter("ACAPI_ProjectOperation_Save"))
+        return *err;
+    return Host::Error::RefusedCmd;
+}
+
 Host::GSErrCode SimProject::GetCurrentWindow(Host::API_WindowInfo* /*windowInfo*/) {
     if (auto err = calls_.Enter("ACAPI_Window_GetCurrentWindow"))
         return *err;

@@ -26,6 +26,8 @@ public:
     Host::GSErrCode
     GenerateModelWithSeparateComponents(const std::vector<Host::API_Guid>& elementGuids) override;
     Host::GSErrCode Project(Host::API_ProjectInfo* projectInfo) override;
+    Host::GSErrCode Save(const Host::API_FileSavePars* fileSavePars,
+                         const Host::API_SavePars_Picture* formatPars) override;
     Host::GSErrCode GetCurrentWindow(Host::API_WindowInfo* windowInfo) override;
     Host::GSErrCode Search(Host::API_Attr_Head* attrHead) override;
     Host::GSErrCode Get(Host::API_Attribute* attribute) override;

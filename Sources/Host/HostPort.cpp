@@ -18,6 +18,14 @@ bool IsInstalled() {
     return gPort.load() != nullptr;
 }
 
+std::size_t GuidHash::operator()(API_Guid const& guid) const noexcept {
+    // FNV-1a over the 16 bytes: guids are random enough that any mixing will do.
+    std::uint64_t hash = 14695981039346656037ull;
+    for (std::uint8_t byte : guid.bytes)
+        hash = (hash ^ byte) * 1099511628211ull;
+    return static_cast<std::size_t>(hash);
+}
+
 Port& Get() {
     Port* port = gPort.load();
     if (port == nullptr) {

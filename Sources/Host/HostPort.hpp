@@ -7,7 +7,9 @@
 #include "Host/HostTypes.hpp"
 #include "Host/ModelerApi.hpp"
 
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace Velmora::Host {
@@ -67,6 +69,9 @@ class ProjectOperationApi {
 public:
     virtual ~ProjectOperationApi() = default;
     virtual GSErrCode Project(API_ProjectInfo* projectInfo) = 0;
+    // Saves the current window as a picture.
+    virtual GSErrCode Save(const API_FileSavePars* fileSavePars,
+                           const API_SavePars_Picture* formatPars) = 0;
 };
 
 class WindowApi {
@@ -83,6 +88,52 @@ public:
     virtual GSErrCode Get(API_Attribute* attribute) = 0;
 };
 
+class ViewApi {
+public:
+    virtual ~ViewApi() = default;
+    virtual GSErrCode ShowAllIn3D() = 0;
+    virtual GSErrCode Redraw() = 0;
+    virtual GSErrCode Get3DWindowSets(API_3DWindowInfo* windowInfo) = 0;
+    virtual GSErrCode Change3DWindowSets(API_3DWindowInfo* windowInfo) = 0;
+    virtual GSErrCode Get3DProjectionSets(API_3DProjectionInfo* proj3DInfo) = 0;
+    virtual GSErrCode Get3DStyle(API_3DStyle* style) = 0;
+    virtual GSErrCode Change3DStyle(API_3DStyle* style) = 0;
+};
+
+class DatabaseApi {
+public:
+    virtual ~DatabaseApi() = default;
+    virtual GSErrCode RebuildCurrentDatabase() = 0;
+};
+
+class RenderingApi {
+public:
+    virtual ~RenderingApi() = default;
+    // Only the image settings are read; other set types are refused.
+    virtual GSErrCode GetRenderingSets(API_RendImage* rendInfo, API_RendSetTypeID rendSetType) = 0;
+};
+
+class ProjectSettingsApi {
+public:
+    virtual ~ProjectSettingsApi() = default;
+    virtual GSErrCode GetSpecFolder(API_SpecFolderID* specFolderID, std::string* location) = 0;
+};
+
+struct GuidHash {
+    std::size_t operator()(API_Guid const& guid) const noexcept;
+};
+using ElementColorTable = std::unordered_map<API_Guid, API_RGBAColor, GuidHash>;
+
+class UserInputApi {
+public:
+    virtual ~UserInputApi() = default;
+    virtual void
+    SetElementHighlight(const ElementColorTable& highlightedElems,
+                        const std::optional<bool>& wireframe3D,
+                        const std::optional<API_RGBAColor>& nonHighlightedElemsColor) = 0;
+    virtual void ClearElementHighlight() = 0;
+};
+
 class Port {
 public:
     virtual ~Port() = default;
@@ -96,6 +147,11 @@ public:
     virtual ProjectOperationApi& ProjectOperation() = 0;
     virtual WindowApi& Window() = 0;
     virtual AttributeApi& Attribute() = 0;
+    virtual ViewApi& View() = 0;
+    virtual DatabaseApi& Database() = 0;
+    virtual RenderingApi& Rendering() = 0;
+    virtual ProjectSettingsApi& ProjectSettings() = 0;
+    virtual UserInputApi& UserInput() = 0;
 
     // Calls the host keeps outside any group.
     virtual void WriteReport(const std::string& text, bool withDial) = 0;

@@ -293,4 +293,124 @@ struct API_Attribute {
     API_MaterialType material;
 };
 
+// ---- 3D window, camera, rendering, styles ----------------------------------------------------
+
+// Both apply-flags must be set for a change to take effect.
+struct API_3DWindowInfo {
+    bool setWindowSize = false;
+    short hSize = 0;
+    short vSize = 0;
+    bool setZoom = false;
+    double zoomScaleX = 0.0;
+    double zoomScaleY = 0.0;
+    double zoomDispX = 0.0;
+    double zoomDispY = 0.0;
+};
+
+struct API_Coord {
+    double x = 0.0, y = 0.0;
+};
+
+struct API_PerspPars {
+    double azimuth = 0.0;
+    double viewCone = 0.0;
+    double rollAngle = 0.0;
+    double distance = 0.0;
+    double cameraZ = 0.0;
+    double targetZ = 0.0;
+    bool isTwoPointPersp = false;
+    API_Coord pos;
+    API_Coord target;
+};
+
+struct API_3DProjectionInfo {
+    bool isPersp = false;
+    API_Guid camGuid;
+    API_Guid actCamSet;
+    struct {
+        API_PerspPars persp;
+    } u;
+};
+
+struct API_Rect {
+    Int32 left = 0, top = 0, right = 0, bottom = 0;
+};
+
+enum API_RendSetTypeID : Int32 {
+    APIRendSet_EffectsID = 0,
+    APIRendSet_ImageID = 1,
+};
+
+struct API_RendImage {
+    short hSize = 0;
+    short vSize = 0;
+    short outResolution = 0;
+    bool proportional = false;
+    bool bkgPict = false;
+    API_RGBColor bkgSkyRGB;
+    API_RGBColor bkgEarthRGB;
+    API_Rect bkgPictRect;
+    std::string bkgPictFile; // empty: none (the host's pointer is null)
+    short bkgResolution = 0;
+    bool partialRendering = false;
+    API_Rect partialRect;
+    short scaleType = 0; // 0 fill, 1 fit (the safe frame is on)
+    short bkgScaleType = 0;
+};
+
+enum API_3DModelTypeID : Int32 {
+    API3DModel_Block = 0,
+    API3DModel_WireFrame = 1,
+    API3DModel_Hiddenline = 2,
+    API3DModel_Shading = 3,
+};
+
+// The add-on reads and writes only the engine; the adapter carries the rest of the host's
+// record over from the style of the same name.
+struct API_3DStyle {
+    std::string name;   // empty: the current style
+    Int32 engineId = 0; // 0 vectorial, 1 OpenGL
+    API_3DModelTypeID model3D = API3DModel_Block;
+};
+
+struct API_RGBAColor {
+    double f_red = 0.0, f_green = 0.0, f_blue = 0.0, f_alpha = 0.0;
+};
+
+// ---- Folders and picture saves -------------------------------------------------------------
+
+enum API_SpecFolderID : Int32 {
+    API_ApplicationPrefsFolderID = 1,
+    API_UserDocumentsFolderID = 6,
+    API_TemporaryFolderID = 7,
+};
+
+enum API_FTypeID : Int32 {
+    APIFType_PNGFile = 16,
+    APIFType_BMPFile = 17,
+    APIFType_TIFFFile = 18,
+    APIFType_JPEGFile = 19,
+    APIFType_GIFFile = 20,
+};
+
+enum API_ColorDepthID : Int32 {
+    APIColorDepth_FromSourceImage = -1,
+    APIColorDepth_BW = 0,
+    APIColorDepth_MiC = 8, // millions of colours
+    APIColorDepth_MiCP = 9,
+};
+
+struct API_FileSavePars {
+    API_FTypeID fileTypeID = APIFType_JPEGFile;
+    std::string file; // the host's location, as a path
+};
+
+struct API_SavePars_Picture {
+    API_ColorDepthID colorDepth = APIColorDepth_MiC;
+    bool dithered = false;
+    bool view2D = false;
+    bool crop = false;
+    bool keepSelectionHighlight = false;
+};
+
 } // namespace Velmora::Host

@@ -38,6 +38,7 @@ void FakeHost::InstallDefaults() {
         }));
     InstallCommunicationDefaults();
     InstallModelDefaults();
+    InstallViewDefaults();
 
     ON_CALL(*this, WriteReport(_, _))
         .WillByDefault(Invoke([this](const std::string& text, bool alert) {
@@ -113,6 +114,21 @@ void FakeHost::InstallModelDefaults() {
             if (info != nullptr)
                 info->mainVersion = 28;
         }));
+}
+
+// No 3D window is open until a test scripts one.
+void FakeHost::InstallViewDefaults() {
+    ON_CALL(view, ShowAllIn3D()).WillByDefault(Return(Host::Error::BadWindow));
+    ON_CALL(view, Redraw()).WillByDefault(Return(Host::Error::NoPlan));
+    ON_CALL(view, Get3DWindowSets(_)).WillByDefault(Return(Host::Error::BadWindow));
+    ON_CALL(view, Change3DWindowSets(_)).WillByDefault(Return(Host::Error::BadWindow));
+    ON_CALL(view, Get3DProjectionSets(_)).WillByDefault(Return(Host::Error::BadWindow));
+    ON_CALL(view, Get3DStyle(_)).WillByDefault(Return(Host::Error::BadName));
+    ON_CALL(view, Change3DStyle(_)).WillByDefault(Return(Host::Error::BadName));
+    ON_CALL(database, RebuildCurrentDatabase()).WillByDefault(Return(Host::Error::NoPlan));
+    ON_CALL(rendering, GetRenderingSets(_, _)).WillByDefault(Return(Host::Error::BadPars));
+    ON_CALL(projectSettings, GetSpecFolder(_, _)).WillByDefault(Return(Host::Error::RefusedPar));
+    ON_CALL(projectOperation, Save(_, _)).WillByDefault(Return(Host::Error::RefusedCmd));
 }
 
 std::vector<Report> FakeHost::Reports() const {

@@ -68,6 +68,45 @@ public:
 class MockProjectOperation : public Host::ProjectOperationApi {
 public:
     MOCK_METHOD(Host::GSErrCode, Project, (Host::API_ProjectInfo*), (override));
+    MOCK_METHOD(Host::GSErrCode, Save,
+                (const Host::API_FileSavePars*, const Host::API_SavePars_Picture*), (override));
+};
+
+class MockView : public Host::ViewApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, ShowAllIn3D, (), (override));
+    MOCK_METHOD(Host::GSErrCode, Redraw, (), (override));
+    MOCK_METHOD(Host::GSErrCode, Get3DWindowSets, (Host::API_3DWindowInfo*), (override));
+    MOCK_METHOD(Host::GSErrCode, Change3DWindowSets, (Host::API_3DWindowInfo*), (override));
+    MOCK_METHOD(Host::GSErrCode, Get3DProjectionSets, (Host::API_3DProjectionInfo*), (override));
+    MOCK_METHOD(Host::GSErrCode, Get3DStyle, (Host::API_3DStyle*), (override));
+    MOCK_METHOD(Host::GSErrCode, Change3DStyle, (Host::API_3DStyle*), (override));
+};
+
+class MockDatabase : public Host::DatabaseApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, RebuildCurrentDatabase, (), (override));
+};
+
+class MockRendering : public Host::RenderingApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, GetRenderingSets, (Host::API_RendImage*, Host::API_RendSetTypeID),
+                (override));
+};
+
+class MockProjectSettings : public Host::ProjectSettingsApi {
+public:
+    MOCK_METHOD(Host::GSErrCode, GetSpecFolder, (Host::API_SpecFolderID*, std::string*),
+                (override));
+};
+
+class MockUserInput : public Host::UserInputApi {
+public:
+    MOCK_METHOD(void, SetElementHighlight,
+                (const Host::ElementColorTable&, const std::optional<bool>&,
+                 const std::optional<Host::API_RGBAColor>&),
+                (override));
+    MOCK_METHOD(void, ClearElementHighlight, (), (override));
 };
 
 class MockWindow : public Host::WindowApi {
@@ -99,6 +138,11 @@ public:
     Host::ProjectOperationApi& ProjectOperation() override { return projectOperation; }
     Host::WindowApi& Window() override { return window; }
     Host::AttributeApi& Attribute() override { return attribute; }
+    Host::ViewApi& View() override { return view; }
+    Host::DatabaseApi& Database() override { return database; }
+    Host::RenderingApi& Rendering() override { return rendering; }
+    Host::ProjectSettingsApi& ProjectSettings() override { return projectSettings; }
+    Host::UserInputApi& UserInput() override { return userInput; }
 
     MOCK_METHOD(void, WriteReport, (const std::string&, bool), (override));
     MOCK_METHOD(Host::GSErrCode, GetPreferences, (Host::Int32*, Host::GSSize*, void*), (override));
@@ -131,6 +175,11 @@ public:
     testing::NiceMock<MockProjectOperation> projectOperation;
     testing::NiceMock<MockWindow> window;
     testing::NiceMock<MockAttribute> attribute;
+    testing::NiceMock<MockView> view;
+    testing::NiceMock<MockDatabase> database;
+    testing::NiceMock<MockRendering> rendering;
+    testing::NiceMock<MockProjectSettings> projectSettings;
+    testing::NiceMock<MockUserInput> userInput;
 
     std::string preferences; // the stored blob
     Host::Int32 preferencesVersion = 0;
@@ -140,6 +189,7 @@ private:
     void InstallDefaults();
     void InstallCommunicationDefaults();
     void InstallModelDefaults();
+    void InstallViewDefaults();
 
     mutable std::mutex mutex_;
     std::vector<Report> reports_;
