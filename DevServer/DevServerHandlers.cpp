@@ -66,8 +66,7 @@ bool ApplyFault(Fault const& fault, Exchange& exchange) {
         exchange.response.set_content(HtmlErrorPage(fault.status), "text/html");
         return true;
     case FaultMode::Drop:
-        exchange.dropped =
-            DropConnection(exchange.request.local_port, exchange.request.remote_port);
+        exchange.dropped = true; // done by Serve once the request is logged
         exchange.response.status = 500;
         return true;
     case FaultMode::Slow:
@@ -234,6 +233,9 @@ void Serve(ServiceState& state, httplib::Request const& request, httplib::Respon
     exchange.entry.responseBytes = exchange.dropped ? 0 : response.body.size();
     if (request.path.rfind("/_control/", 0) != 0)
         state.log.Add(exchange.entry);
+    // After logging, so that a client that sees the connection end finds the request logged.
+    if (exchange.dropped)
+        DropConnection(request.local_port, request.remote_port);
 }
 
 template <typename Route>
