@@ -7,7 +7,7 @@ VELMORA_APT_PACKAGES=(
     g++ clang libclang-rt-14-dev cmake ninja-build pkg-config
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev zlib1g-dev libstb-dev
-    nlohmann-json3-dev
+    nlohmann-json3-dev libcpp-httplib-dev libssl-dev
 )
 
 velmora_missing_packages() {
