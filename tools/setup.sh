@@ -7,7 +7,8 @@ VELMORA_APT_PACKAGES=(
     g++ clang libclang-rt-14-dev cmake ninja-build pkg-config
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev zlib1g-dev libstb-dev
-    nlohmann-json3-dev libcpp-httplib-dev libssl-dev
+    nlohmann-json3-dev
+    libcurl4-openssl-dev libcpp-httplib-dev libssl-dev nginx curl
 )
 
 velmora_missing_packages() {
