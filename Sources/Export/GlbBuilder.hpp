@@ -70,8 +70,8 @@ public:
         // The index of `key` in `vertices`, or kAbsent.
         std::uint32_t Find(const VertexKey& key, std::uint64_t hash,
                            const std::vector<Vertex>& vertices) const;
-        // Records that `vertices[index]` (hash `hash`) is present; the key must be absent.
-        void Insert(std::uint64_t hash, std::uint32_t index, const std::vector<Vertex>& vertices);
+        // Records the vertex at `index` with hash `hash`; its key must be absent.
+        void Insert(std::uint64_t hash, std::uint32_t index);
 
         static constexpr std::uint32_t kAbsent = 0xFFFFFFFFu;
 
@@ -80,10 +80,11 @@ public:
             std::uint32_t hashBits = 0;
             std::uint32_t index = kAbsent;
         };
-        void Grow(const std::vector<Vertex>& vertices);
+        void Grow();
 
         std::vector<Slot> slots_;
         std::size_t size_ = 0;
+        int shift_ = 32; // home slot = tag >> shift_
     };
 
     // One per registered material, in registration order.
