@@ -8,7 +8,22 @@ CallLog::CallLog(std::thread::id mainThread) : mainThread_(mainThread) {}
 
 void CallLog::AddFault(Fault fault) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (auto read = ModelReadFromName(fault.call))
+        readArmed_[static_cast<std::size_t>(*read)] = true;
     faults_.push_back(std::move(fault));
+}
+
+void CallLog::CheckReadFault(ModelRead read, std::uint64_t nth) {
+    std::string const name = ModelReadName(read);
+    bool fires = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (Fault const& fault : faults_)
+            fires =
+                fires || (fault.call == name && static_cast<std::uint64_t>(fault.nthCall) == nth);
+    }
+    if (fires)
+        throw SimulatedHostException("simulated host failure in " + name);
 }
 
 std::optional<Host::GSErrCode> CallLog::Enter(std::string const& call, bool mainThreadOnly) {
@@ -44,10 +59,27 @@ int CallLog::OffMainThreadCalls() const {
     return count;
 }
 
+namespace {
+
+// The first ':' that is not part of a "::" in a reader name (ModelerAPI::MeshBody::GetPolygon).
+std::size_t NameEnd(std::string const& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != ':')
+            continue;
+        if (i + 1 < text.size() && text[i + 1] == ':')
+            ++i;
+        else
+            return i;
+    }
+    return std::string::npos;
+}
+
+} // namespace
+
 std::optional<Fault> ParseFault(std::string const& text, bool raise) {
     Fault fault;
     fault.raise = raise;
-    std::size_t const first = text.find(':');
+    std::size_t const first = NameEnd(text);
     fault.call = text.substr(0, first);
     if (fault.call.empty())
         return std::nullopt;
