@@ -1,6 +1,7 @@
 #include "Sim/AddOnSession.hpp"
 
 #include "AddOnMain.hpp"
+#include "Extract/ExtractCommand.hpp"
 #include "MainThreadDispatcher.hpp"
 
 #include <cstdio>
@@ -51,8 +52,10 @@ void AddOnSession::Unload() {
 }
 
 bool AddOnSession::Settle(std::chrono::milliseconds timeout) {
-    return host_.Loop().RunUntilSettled([] { return MainThreadDispatcher::IsIdle(); },
-                                        EventLoop::Clock::now() + timeout);
+    // The extraction is asked first: it posts its outcome before it stops counting as active.
+    return host_.Loop().RunUntilSettled(
+        [] { return !IsExtractActive() && MainThreadDispatcher::IsIdle(); },
+        EventLoop::Clock::now() + timeout);
 }
 
 void AddOnSession::RunFor(std::chrono::milliseconds duration) {

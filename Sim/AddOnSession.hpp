@@ -22,7 +22,8 @@ public:
     // FreeData, when loaded.
     void Unload();
 
-    // Runs the event loop until no work is queued, sleeping or in flight; false on timeout.
+    // Runs the event loop until no work is queued, sleeping or in flight (an extraction
+    // included, through its delayed capture and its upload); false on timeout.
     bool Settle(std::chrono::milliseconds timeout);
     // Runs the event loop for the given time, whatever happens.
     void RunFor(std::chrono::milliseconds duration);

@@ -1,7 +1,6 @@
-// The extraction and model commands land with the capture and export work; until then each
+// The model commands land with the export work; until then each
 // tells the user plainly that this build cannot do it yet, rather than failing silently.
 #include "Export/ModelCommands.hpp"
-#include "Extract/ExtractCommand.hpp"
 #include "Host/HostPort.hpp"
 #include "Logger.hpp"
 
@@ -18,10 +17,6 @@ Host::GSErrCode ReportNotAvailable(std::string const& logPrefix, std::string con
 }
 
 } // namespace
-
-Host::GSErrCode RunExtractAndUpload(ExtractOptions const& /*options*/) {
-    return ReportNotAvailable("ExtractCommand: ", "extracting the view");
-}
 
 Host::GSErrCode RunSendModelToVelmora() {
     return ReportNotAvailable("SendModel: ", "sending the model");

@@ -1,3 +1,5 @@
+// The extract-and-upload command behind the menu item, the trigger file and the panel:
+// capture the 3D view, crop it to the safe frame, render the mask, upload both.
 #pragma once
 
 #include "Host/HostTypes.hpp"
@@ -5,7 +7,14 @@
 
 namespace Velmora {
 
-// Captures the current 3D view and uploads it; 0 when the work was started.
+// True from the moment an extraction is accepted until its upload has completed (or it
+// ended before the upload started); a second extraction is refused meanwhile.
+bool IsExtractInProgress();
+// IsExtractInProgress, and also while the upload's outcome is still being handed to the
+// main thread: false only when nothing of an extraction is left to run.
+bool IsExtractActive();
+
+// Accepts the extraction and schedules the capture on the main thread; 0 when scheduled.
 Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options);
 
 } // namespace Velmora

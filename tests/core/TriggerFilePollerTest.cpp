@@ -15,7 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-constexpr char kExtractRan[] = "Velmora: extracting the view is not available in this build yet.";
+// Signed out, the extract command stops at its first check.
+constexpr char kExtractRan[] = "Velmora: please sign in via the Velmora panel before extracting.";
 constexpr char kExportRan[] = "Velmora: exporting the model is not available in this build yet.";
 
 Lines operator+(Lines lines, Lines const& more) {
