@@ -152,26 +152,31 @@ void Target::DrawTriangle(ClipVertex const& a, ClipVertex const& b, ClipVertex c
     std::int64_t const maxY =
         std::min<std::int64_t>(picture_.height - 1, lastPixel(std::max({y[0], y[1], y[2]})));
     double const inverseArea = 1.0 / static_cast<double>(area);
+    std::int64_t const startX = minX * 256 + kHalfPixel;
     for (std::int64_t py = minY; py <= maxY; ++py) {
         std::int64_t const cy = py * 256 + kHalfPixel;
-        for (std::int64_t px = minX; px <= maxX; ++px) {
-            std::int64_t const cx = px * 256 + kHalfPixel;
-            std::int64_t const w0 = e0.stepX * cx + e0.stepY * cy + e0.atOrigin;
-            std::int64_t const w1 = e1.stepX * cx + e1.stepY * cy + e1.atOrigin;
-            std::int64_t const w2 = e2.stepX * cx + e2.stepY * cy + e2.atOrigin;
-            if (w0 - e0.bias < 0 || w1 - e1.bias < 0 || w2 - e2.bias < 0)
+        // Edge values at the row's first pixel centre, then stepped one pixel at a time.
+        std::int64_t w0 = e0.stepX * startX + e0.stepY * cy + e0.atOrigin - e0.bias;
+        std::int64_t w1 = e1.stepX * startX + e1.stepY * cy + e1.atOrigin - e1.bias;
+        std::int64_t w2 = e2.stepX * startX + e2.stepY * cy + e2.atOrigin - e2.bias;
+        std::size_t index =
+            static_cast<std::size_t>(py) * static_cast<std::size_t>(picture_.width) +
+            static_cast<std::size_t>(minX);
+        for (std::int64_t px = minX; px <= maxX;
+             ++px, ++index, w0 += e0.stepX * 256, w1 += e1.stepX * 256, w2 += e2.stepX * 256) {
+            if ((w0 | w1 | w2) < 0)
                 continue;
-            double const b0 = static_cast<double>(w0) * inverseArea;
-            double const b1 = static_cast<double>(w1) * inverseArea;
-            double const b2 = static_cast<double>(w2) * inverseArea;
+            double const b0 = static_cast<double>(w0 + e0.bias) * inverseArea;
+            double const b1 = static_cast<double>(w1 + e1.bias) * inverseArea;
+            double const b2 = static_cast<double>(w2 + e2.bias) * inverseArea;
             double const inverseDepth = b0 * v[0]->z + b1 * v[1]->z + b2 * v[2]->z;
-            std::size_t const index =
-                static_cast<std::size_t>(py) * static_cast<std::size_t>(picture_.width) +
-                static_cast<std::size_t>(px);
             if (!(static_cast<float>(inverseDepth) > depth_[index]))
                 continue;
-            double const u = (b0 * v[0]->u + b1 * v[1]->u + b2 * v[2]->u) / inverseDepth;
-            double const tv = (b0 * v[0]->v + b1 * v[1]->v + b2 * v[2]->v) / inverseDepth;
+            double u = 0.0, tv = 0.0;
+            if (surface.texture != nullptr) {
+                u = (b0 * v[0]->u + b1 * v[1]->u + b2 * v[2]->u) / inverseDepth;
+                tv = (b0 * v[0]->v + b1 * v[1]->v + b2 * v[2]->v) / inverseDepth;
+            }
             if (ShadePixel(index, u, tv, surface))
                 depth_[index] = static_cast<float>(inverseDepth);
         }
@@ -269,17 +274,20 @@ double ShadeFactor(Vec3 normal) {
 RenderedPicture Rasterize(Scene const& scene, RenderableScene const& renderable,
                           RenderRequest const& request) {
     Target target(request.frame.width, request.frame.height, request.background);
+    std::vector<Surface> surfaces;
+    surfaces.reserve(renderable.triangles.size());
+    for (RenderTriangle const& triangle : renderable.triangles) {
+        Vec3 const towardsViewer = Sub(request.camera.eye, triangle.corners[0]);
+        surfaces.push_back(MakeSurface(scene, renderable, request, triangle, towardsViewer));
+    }
     // Opaque surfaces first, so that transparent ones blend over what lies behind them.
     for (int pass = 0; pass < 2; ++pass) {
-        for (RenderTriangle const& triangle : renderable.triangles) {
-            Vec3 const towardsViewer = Sub(request.camera.eye, triangle.corners[0]);
-            Surface const surface =
-                MakeSurface(scene, renderable, request, triangle, towardsViewer);
-            if ((surface.opacity < 1.0) != (pass == 1))
+        for (std::size_t i = 0; i < surfaces.size(); ++i) {
+            if ((surfaces[i].opacity < 1.0) != (pass == 1))
                 continue;
-            Polygon2 const screen = ProjectTriangle(request, triangle);
+            Polygon2 const screen = ProjectTriangle(request, renderable.triangles[i]);
             if (screen.count >= 3)
-                target.DrawPolygon(screen, surface);
+                target.DrawPolygon(screen, surfaces[i]);
         }
     }
     return target.Take();
