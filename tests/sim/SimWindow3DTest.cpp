@@ -1,6 +1,7 @@
 // The simulated 3D window as the view extraction uses it: tiled capture, highlights, picture
 // files and the host's refusals.
 #include "Extract/Raster.hpp"
+#include "Sim/SimCommandLine.hpp"
 #include "Sim/SimHost.hpp"
 #include "support/TempHome.hpp"
 
@@ -393,6 +394,62 @@ TEST_F(SimWindow3DTest, TemporaryFolderExistsUnderTheHostsFolder) {
     ASSERT_EQ(host->ProjectSettings().GetSpecFolder(&id, &location), Host::Error::NoError);
     EXPECT_TRUE(fs::is_directory(location));
     EXPECT_EQ(fs::path(location).parent_path(), home.Path() / "host");
+}
+
+} // namespace
+} // namespace Velmora::Testing
+
+namespace Velmora::Testing {
+namespace {
+
+struct WindowOptionCase {
+    std::vector<std::string> args;
+    bool ok;
+    void (*check)(Sim::SimWindowOptions const&);
+};
+
+// Catches window options that are parsed into the wrong field, swallow the next action, or
+// accept values the window cannot use (a zero size, a third display scale, an engine name
+// with a typo).
+TEST(SimWindowCommandLineTest, ParsesTheWindowOptions) {
+    WindowOptionCase const cases[] = {
+        {{"--window", "1280x720", "menus"},
+         true,
+         [](Sim::SimWindowOptions const& o) {
+             EXPECT_EQ(o.width, 1280);
+             EXPECT_EQ(o.height, 720);
+         }},
+        {{"--safe-frame", "4:3", "--display-scale", "2", "--antialias"},
+         true,
+         [](Sim::SimWindowOptions const& o) {
+             EXPECT_EQ(o.safeFrameWidth, 4);
+             EXPECT_EQ(o.safeFrameHeight, 3);
+             EXPECT_EQ(o.displayScale, 2);
+             EXPECT_TRUE(o.antialias);
+         }},
+        {{"--engine", "vectorial", "--start-window", "plan"},
+         true,
+         [](Sim::SimWindowOptions const& o) {
+             EXPECT_EQ(o.engineId, 0);
+             EXPECT_EQ(o.start3D, false);
+         }},
+        {{"--window", "0x720"}, false, nullptr},
+        {{"--window", "1280:720"}, false, nullptr},
+        {{"--display-scale", "3"}, false, nullptr},
+        {{"--safe-frame", "16x9"}, false, nullptr},
+        {{"--engine", "OpenGL"}, false, nullptr},
+        {{"--start-window"}, false, nullptr},
+    };
+    for (WindowOptionCase const& test : cases) {
+        SCOPED_TRACE(test.args[0] + " " + (test.args.size() > 1 ? test.args[1] : ""));
+        std::string error;
+        std::optional<Sim::SimCommandLine> line = Sim::ParseSimCommandLine(test.args, error);
+        ASSERT_EQ(line.has_value(), test.ok) << error;
+        if (line)
+            test.check(line->window);
+        else
+            EXPECT_NE(error.find(test.args[0]), std::string::npos) << error;
+    }
 }
 
 } // namespace
