@@ -1,5 +1,7 @@
 #include "Sim/SimCommandLine.hpp"
 
+#include "Sim/SimWindowCommandLine.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -125,8 +127,12 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
     SimCommandLine line;
     for (std::size_t i = 0; i < args.size(); ++i) {
         std::string const& arg = args[i];
+        bool windowOptionOk = true;
         if (arg == "-h" || arg == "--help") {
             line.help = true;
+        } else if (TakeWindowOption(args, i, line.window, windowOptionOk, error)) {
+            if (!windowOptionOk)
+                return std::nullopt;
         } else if (TakesValue(arg)) {
             if (i + 1 >= args.size()) {
                 error = arg + " needs a value";
@@ -194,6 +200,9 @@ Options:
   --call-log FILE         write every host call, in order, to FILE
   -h, --help              show this help
 
+The simulated 3D window:
+)" + std::string(WindowOptionsUsage()) +
+           R"(
 Output: one line per report-window message, "report: TEXT" or "alert: TEXT".
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
 call is made off the main thread; 2 for a bad command line or scene file.

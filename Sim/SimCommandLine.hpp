@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Sim/CallLog.hpp"
+#include "Sim/SimWindowOptions.hpp"
 
 #include <optional>
 #include <string>
@@ -28,6 +29,7 @@ struct SimCommandLine {
     std::vector<Fault> faults;
     std::string callLogFile;
     std::string sceneFile; // empty: the built-in sample building
+    SimWindowOptions window;
     std::vector<SimAction> actions;
 };
 

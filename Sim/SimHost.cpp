@@ -21,7 +21,9 @@ std::string PreferencesPath(SimHostOptions const& options) {
 SimHost::SimHost(SimHostOptions options)
     : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
       communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)),
-      project_(calls_), window3D_(calls_) {}
+      project_(calls_), window3D_(calls_, options_.hostFolder, options_.window) {
+    project_.AttachWindow3D(&window3D_);
+}
 
 bool SimHost::LoadResources(std::string& error) {
     if (resources_.Load(options_.resourceFile, options_.resourceIdsHeader))
@@ -34,7 +36,9 @@ bool SimHost::LoadScene(std::string& error) {
     std::optional<Scene> scene = LoadSceneOrSample(options_.scenePath, error);
     if (!scene)
         return false;
-    project_.Open(std::make_shared<Scene const>(std::move(*scene)));
+    auto const opened = std::make_shared<Scene const>(std::move(*scene));
+    project_.Open(opened);
+    window3D_.Open(opened);
     return true;
 }
 

@@ -36,6 +36,7 @@ struct SimHostOptions {
     std::string resourceIdsHeader = VELMORA_RESOURCE_IDS_HEADER;
     Host::API_ModulID addOnId;
     std::string scenePath; // the project to open; empty: the built-in sample building
+    SimWindowOptions window;
 };
 
 class SimHost : public Host::Port {
@@ -82,6 +83,7 @@ public:
     EventLoop& Loop() { return loop_; }
     SimMenus& Menus() { return menus_; }
     SimProject& Project() { return project_; }
+    SimWindow3D& Window3D() { return window3D_; }
     std::vector<SimReport> Reports() const;
     // Called on the main thread for every report as it is written.
     void OnReport(std::function<void(SimReport const&)> listener);

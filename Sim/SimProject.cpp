@@ -1,6 +1,7 @@
 #include "Sim/SimProject.hpp"
 
 #include "Sim/SceneNames.hpp"
+#include "Sim/SimWindow3D.hpp"
 
 #include <filesystem>
 
@@ -181,11 +182,13 @@ Host::GSErrCode SimProject::Project(Host::API_ProjectInfo* projectInfo) {
     return Host::Error::NoError;
 }
 
-Host::GSErrCode SimProject::Save(const Host::API_FileSavePars* /*fileSavePars*/,
-                                 const Host::API_SavePars_Picture* /*formatPars*/) {
+Host::GSErrCode SimProject::Save(const Host::API_FileSavePars* fileSavePars,
+                                 const Host::API_SavePars_Picture* formatPars) {
     if (auto err = calls_.Enter("ACAPI_ProjectOperation_Save"))
         return *err;
-    return Host::Error::RefusedCmd;
+    if (window3D_ == nullptr)
+        return Host::Error::RefusedCmd;
+    return window3D_->SavePicture(fileSavePars, formatPars);
 }
 
 Host::GSErrCode SimProject::GetCurrentWindow(Host::API_WindowInfo* windowInfo) {
@@ -195,10 +198,12 @@ Host::GSErrCode SimProject::GetCurrentWindow(Host::API_WindowInfo* windowInfo) {
         return Host::Error::BadPars;
     if (!scene_)
         return Host::Error::BadWindow;
-    windowInfo->typeID = scene_->windowType;
+    windowInfo->typeID = window3D_ ? window3D_->CurrentWindowType() : scene_->windowType;
     windowInfo->index = 1;
     windowInfo->title = scene_->windowName;
-    windowInfo->name = scene_->windowName;
+    if (windowInfo->typeID != scene_->windowType)
+        windowInfo->title = windowInfo->typeID == Host::APIWind_3DModelID ? "3D" : "Floor Plan";
+    windowInfo->name = windowInfo->title;
     return Host::Error::NoError;
 }
 

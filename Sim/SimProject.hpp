@@ -15,6 +15,8 @@
 
 namespace Velmora::Sim {
 
+class SimWindow3D;
+
 class SimProject : public Host::SightApi,
                    public Host::ElementApi,
                    public Host::ModelAccessApi,
@@ -26,6 +28,8 @@ public:
 
     // Replaces the open project; sights and their models are dropped.
     void Open(std::shared_ptr<Scene const> scene);
+    // The 3D window knows which window is in front and saves the pictures of it.
+    void AttachWindow3D(SimWindow3D* window) { window3D_ = window; }
     Scene const* OpenScene() const { return scene_.get(); }
 
     Host::GSErrCode CreateSight(void** newSightPtr) override;
@@ -57,6 +61,7 @@ private:
     int MaterialOfAttribute(Host::Int32 attributeIndex) const;
 
     CallLog& calls_;
+    SimWindow3D* window3D_ = nullptr;
     std::shared_ptr<Scene const> scene_;
     std::vector<std::shared_ptr<ElementMesh const>> meshes_; // made on first generation
     std::map<void*, Sight> sights_;

@@ -181,6 +181,7 @@ int Runner::Run() {
     options.hostFolder = line_.hostFolder.empty() ? home_ + "/.velmora-sim-host" : line_.hostFolder;
     options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
     options.scenePath = line_.sceneFile;
+    options.window = line_.window;
     SimHost host(options);
     std::string error;
     if (!host.LoadScene(error)) {
