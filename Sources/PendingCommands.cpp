@@ -1,4 +1,4 @@
-// The extraction and model commands land with the capture and export work; until then each
+// The extraction and model-send commands land with the capture and export work; until then each
 // tells the user plainly that this build cannot do it yet, rather than failing silently.
 #include "Export/ModelCommands.hpp"
 #include "Extract/ExtractCommand.hpp"
@@ -25,10 +25,6 @@ Host::GSErrCode RunExtractAndUpload(ExtractOptions const& /*options*/) {
 
 Host::GSErrCode RunSendModelToVelmora() {
     return ReportNotAvailable("SendModel: ", "sending the model");
-}
-
-Host::GSErrCode RunExportModelToDisk() {
-    return ReportNotAvailable("ModelExport: ", "exporting the model");
 }
 
 } // namespace Velmora

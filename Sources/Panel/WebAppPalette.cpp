@@ -3,6 +3,8 @@
 #include "Host/Guid.hpp"
 #include "Host/HostPort.hpp"
 
+#include <stdexcept>
+
 namespace Velmora {
 
 Host::API_Guid WebAppPalette::PaletteGuid() {
@@ -16,6 +18,18 @@ Host::Int32 WebAppPalette::PaletteReferenceId() {
 bool WebAppPalette::HasInstance() {
     return false;
 }
+
+WebAppPalette& WebAppPalette::GetInstance() {
+    // The host's null-pointer exception, as its own reference types throw it.
+    throw std::logic_error("Null pointer.");
+}
+
+PanelState WebAppPalette::CurrentState() const {
+    return {visible_, documentReady_, !authToken_.empty()};
+}
+
+// Nothing to post into until the palette has a browser; only an instance can be asked.
+void WebAppPalette::PushExtractionError(ExtractionKind /*kind*/, std::string const& /*message*/) {}
 
 Host::GSErrCode WebAppPalette::RegisterPaletteControlCallBack() {
     return Host::Get().RegisterModelessWindow(PaletteReferenceId(), &PaletteControlCallBack,

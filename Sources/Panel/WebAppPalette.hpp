@@ -6,8 +6,19 @@
 #include "Host/HostTypes.hpp"
 
 #include <cstdint>
+#include <string>
 
 namespace Velmora {
+
+// Tags the panel's extraction events: a view extraction or a model export/upload.
+enum class ExtractionKind : int { View = 0, Model = 1 };
+
+// Whether the panel can show a command's progress: visible, with a loaded page, signed in.
+struct PanelState {
+    bool visible = false;
+    bool documentReady = false;
+    bool signedIn = false;
+};
 
 class WebAppPalette {
 public:
@@ -17,11 +28,23 @@ public:
     static Host::API_Guid PaletteGuid();
     static Host::Int32 PaletteReferenceId();
     static bool HasInstance();
+    // The instance; calling it without one is a programming error and throws.
+    static WebAppPalette& GetInstance();
+
+    PanelState CurrentState() const;
+    void PushExtractionError(ExtractionKind kind, std::string const& message);
 
     static Host::GSErrCode RegisterPaletteControlCallBack();
     static Host::GSErrCode PaletteControlCallBack(Host::Int32 referenceId,
                                                   Host::API_PaletteMessageID message,
                                                   std::intptr_t param);
+
+private:
+    WebAppPalette() = default;
+
+    bool visible_ = false;
+    bool documentReady_ = false;
+    std::string authToken_;
 };
 
 } // namespace Velmora

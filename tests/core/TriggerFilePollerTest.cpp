@@ -16,7 +16,9 @@ namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
 constexpr char kExtractRan[] = "Velmora: extracting the view is not available in this build yet.";
-constexpr char kExportRan[] = "Velmora: exporting the model is not available in this build yet.";
+// Without a scripted project the fake host refuses the export's first sight call.
+constexpr char kExportRan[] =
+    "Velmora: could not read the 3D model. could not create a 3D sight (err -2130313215)";
 
 Lines operator+(Lines lines, Lines const& more) {
     lines.insert(lines.end(), more.begin(), more.end());

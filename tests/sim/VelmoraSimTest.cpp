@@ -90,8 +90,8 @@ TEST_F(VelmoraSimTest, ATriggerFileRunsItsCommandOnceAndIsConsumed) {
     SimRun const run = Run({"trigger:trigger_export_model"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_THAT(run.OutLines(),
-                ElementsAre("report: Velmora: exporting the model is not available in this "
-                            "build yet."));
+                ElementsAre("alert: Velmora: could not read the 3D model. could not create a "
+                            "3D sight (err -2130313215)"));
     EXPECT_FALSE(fs::exists(home.SupportFolder() / "trigger_export_model"));
     EXPECT_THAT(Log(), HasSubstr("TriggerFilePoller: trigger_export_model consumed -> "
                                  "DoExportModel on the main thread"));
