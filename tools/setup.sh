@@ -7,7 +7,7 @@ VELMORA_APT_PACKAGES=(
     g++ clang libclang-rt-14-dev cmake ninja-build pkg-config
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev zlib1g-dev libstb-dev
-    nlohmann-json3-dev
+    nlohmann-json3-dev libtinygltf-dev libmeshoptimizer-dev
 )
 
 velmora_missing_packages() {
@@ -29,6 +29,23 @@ velmora_install_packages() {
     # shellcheck disable=SC2086
     DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends \
         $missing >/dev/null
+}
+
+# The npm packages of tools/js (the glTF validator), installed from the lock file only when
+# node_modules is missing or older than the lock file. Node and npm come with the machine;
+# without them, Debian's packages are installed.
+velmora_install_npm() {
+    local dir="$VELMORA_ROOT/tools/js"
+    if ! command -v npm >/dev/null 2>&1; then
+        VELMORA_APT_PACKAGES+=(nodejs npm)
+        velmora_install_packages
+    fi
+    if [ -d "$dir/node_modules" ] && [ "$dir/node_modules" -nt "$dir/package-lock.json" ]; then
+        return 0
+    fi
+    echo "setup: installing npm packages in tools/js"
+    (cd "$dir" && npm ci --no-audit --no-fund --loglevel=error >/dev/null) &&
+        touch "$dir/node_modules"
 }
 
 # velmora_build DIR [cmake options...]: configures once, then builds quietly; the build's

@@ -53,6 +53,7 @@ run_fuzzers() {
 }
 
 velmora_install_packages
+velmora_install_npm
 
 velmora_build "$VELMORA_ROOT/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_TESTS=ON \
     -DVELMORA_BENCH=ON

@@ -63,9 +63,11 @@ bool GlbBuilder::AddTriangle(int material, const double p0[3], const double n0[3
     if (primitive.vertices.size() + 3 > UINT32_MAX) {
         return false;
     }
-    const std::uint32_t corners[3] = {AddVertex(primitive, p0, n0, uv0),
-                                      AddVertex(primitive, p1, n1, uv1),
-                                      AddVertex(primitive, p2, n2, uv2)};
+    const double* const positions[3] = {p0, p1, p2};
+    const double* const normals[3] = {n0, n1, n2};
+    const double* const uvs[3] = {uv0, uv1, uv2};
+    std::uint32_t corners[3];
+    AddCorners(primitive, positions, normals, uvs, corners);
     primitive.indices.insert(primitive.indices.end(), corners, corners + 3);
     ++acceptedTriangles_;
     return true;

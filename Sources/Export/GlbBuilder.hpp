@@ -72,6 +72,12 @@ public:
                            const std::vector<Vertex>& vertices) const;
         // Records the vertex at `index` with hash `hash`; its key must be absent.
         void Insert(std::uint64_t hash, std::uint32_t index);
+        // The index of `key` if it is one of the last few vertices returned, else kAbsent:
+        // neighbouring triangles share corners, and comparing is cheaper than hashing.
+        std::uint32_t FindRecent(const VertexKey& key, const std::vector<Vertex>& vertices) const;
+        void Remember(std::uint32_t index);
+        // Starts loading the home slot of `hash`, so that several lookups overlap their misses.
+        void Prefetch(std::uint64_t hash) const;
 
         static constexpr std::uint32_t kAbsent = 0xFFFFFFFFu;
 
@@ -82,8 +88,12 @@ public:
         };
         void Grow();
 
+        static constexpr int kRecent = 4;
+
         std::vector<Slot> slots_;
         std::size_t size_ = 0;
+        std::uint32_t recent_[kRecent] = {kAbsent, kAbsent, kAbsent, kAbsent};
+        int nextRecent_ = 0;
         int shift_ = 32; // home slot = tag >> shift_
     };
 
@@ -113,6 +123,12 @@ public:
                std::string& error) const;
 
 private:
+    // AddVertex for the three corners of one triangle (distinct keys), with their table
+    // lookups overlapped; gives the same indices as three AddVertex calls.
+    static void AddCorners(Primitive& primitive, const double* const positions[3],
+                           const double* const normals[3], const double* const uvs[3],
+                           std::uint32_t indices[3]);
+
     std::vector<Primitive> primitives_;
     std::vector<Image> images_;
     std::uint64_t acceptedTriangles_ = 0;

@@ -71,11 +71,12 @@ float FiniteUv(double value) {
     return std::isfinite(converted) ? converted : 0.0f;
 }
 
-// The slot tag is the hash's upper half and the home slot its top bits (FNV-1a mixes upwards),
-// so growing needs no rehash. Tables stay far below 2^32 slots: the vertices would need
-// hundreds of gigabytes.
+// FNV-1a's top bits depend weakly on the last bytes, so the hash is spread by a Fibonacci
+// multiply first. The slot tag is the upper half of that and the home slot its top bits, so
+// growing needs no rehash. Tables stay far below 2^32 slots: the vertices would need hundreds
+// of gigabytes.
 std::uint32_t TagOf(std::uint64_t hash) {
-    return static_cast<std::uint32_t>(hash >> 32);
+    return static_cast<std::uint32_t>((hash * 0x9E3779B97F4A7C15ull) >> 32);
 }
 
 } // namespace
@@ -148,23 +149,86 @@ void GlbBuilder::VertexMap::Grow() {
     }
 }
 
-std::uint32_t GlbBuilder::AddVertex(Primitive& primitive, const double position[3],
-                                    const double normal[3], const double uv[2]) {
-    VertexKey key;
+std::uint32_t GlbBuilder::VertexMap::FindRecent(const VertexKey& key,
+                                                const std::vector<Vertex>& vertices) const {
+    for (const std::uint32_t index : recent_) {
+        if (index != kAbsent && SameKey(key, vertices[index])) {
+            return index;
+        }
+    }
+    return kAbsent;
+}
+
+void GlbBuilder::VertexMap::Remember(std::uint32_t index) {
+    recent_[nextRecent_] = index;
+    nextRecent_ = (nextRecent_ + 1) % kRecent;
+}
+
+void GlbBuilder::VertexMap::Prefetch(std::uint64_t hash) const {
+#if defined(__GNUC__)
+    if (!slots_.empty()) {
+        __builtin_prefetch(&slots_[static_cast<std::size_t>(TagOf(hash) >> shift_)]);
+    }
+#else
+    (void)hash;
+#endif
+}
+
+namespace {
+
+GlbBuilder::VertexKey SanitisedKey(const double position[3], const double normal[3],
+                                   const double uv[2]) {
+    GlbBuilder::VertexKey key;
     std::memcpy(key.position, position, sizeof key.position);
     UnitNormal(normal, key.normal);
     key.uv[0] = FiniteUv(uv[0]);
     key.uv[1] = FiniteUv(uv[1]);
+    return key;
+}
 
-    const std::uint64_t hash = VertexKeyHash{}(key);
-    const std::uint32_t existing = primitive.vertexMap.Find(key, hash, primitive.vertices);
-    if (existing != VertexMap::kAbsent) {
-        return existing;
+std::uint32_t FindOrInsert(GlbBuilder::Primitive& primitive, const GlbBuilder::VertexKey& key,
+                           std::uint64_t hash) {
+    GlbBuilder::VertexMap& map = primitive.vertexMap;
+    std::uint32_t index = map.Find(key, hash, primitive.vertices);
+    if (index == GlbBuilder::VertexMap::kAbsent) {
+        index = static_cast<std::uint32_t>(primitive.vertices.size());
+        primitive.vertices.push_back(VertexOf(key));
+        map.Insert(hash, index);
     }
-    const auto index = static_cast<std::uint32_t>(primitive.vertices.size());
-    primitive.vertices.push_back(VertexOf(key));
-    primitive.vertexMap.Insert(hash, index);
+    map.Remember(index);
     return index;
+}
+
+} // namespace
+
+void GlbBuilder::AddCorners(Primitive& primitive, const double* const positions[3],
+                            const double* const normals[3], const double* const uvs[3],
+                            std::uint32_t indices[3]) {
+    VertexKey keys[3];
+    std::uint64_t hashes[3] = {};
+    for (int k = 0; k < 3; ++k) {
+        keys[k] = SanitisedKey(positions[k], normals[k], uvs[k]);
+        indices[k] = primitive.vertexMap.FindRecent(keys[k], primitive.vertices);
+        if (indices[k] == VertexMap::kAbsent) {
+            hashes[k] = VertexKeyHash{}(keys[k]);
+            primitive.vertexMap.Prefetch(hashes[k]);
+        }
+    }
+    for (int k = 0; k < 3; ++k) {
+        if (indices[k] == VertexMap::kAbsent) {
+            indices[k] = FindOrInsert(primitive, keys[k], hashes[k]);
+        }
+    }
+}
+
+std::uint32_t GlbBuilder::AddVertex(Primitive& primitive, const double position[3],
+                                    const double normal[3], const double uv[2]) {
+    const VertexKey key = SanitisedKey(position, normal, uv);
+    const std::uint32_t recent = primitive.vertexMap.FindRecent(key, primitive.vertices);
+    if (recent != VertexMap::kAbsent) {
+        return recent;
+    }
+    return FindOrInsert(primitive, key, VertexKeyHash{}(key));
 }
 
 } // namespace Velmora
