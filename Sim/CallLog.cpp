@@ -8,7 +8,22 @@ CallLog::CallLog(std::thread::id mainThread) : mainThread_(mainThread) {}
 
 void CallLog::AddFault(Fault fault) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (auto read = ModelReadFromName(fault.call))
+        readArmed_[static_cast<std::size_t>(*read)] = true;
     faults_.push_back(std::move(fault));
+}
+
+void CallLog::CheckReadFault(ModelRead read, std::uint64_t nth) {
+    std::string const name = ModelReadName(read);
+    bool fires = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (Fault const& fault : faults_)
+            fires =
+                fires || (fault.call == name && static_cast<std::uint64_t>(fault.nthCall) == nth);
+    }
+    if (fires)
+        throw SimulatedHostException("simulated host failure in " + name);
 }
 
 std::optional<Host::GSErrCode> CallLog::Enter(std::string const& call, bool mainThreadOnly) {

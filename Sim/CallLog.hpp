@@ -2,7 +2,11 @@
 #pragma once
 
 #include "Host/HostTypes.hpp"
+#include "Sim/ModelReads.hpp"
 
+#include <array>
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -43,11 +47,27 @@ public:
     // mainThreadOnly: whether the host allows this call only on its main thread.
     std::optional<Host::GSErrCode> Enter(std::string const& call, bool mainThreadOnly = true);
 
+    // The cheap path for the model reader's reads: counts without a record and throws
+    // SimulatedHostException on a planned fault (a read has no error code to return).
+    void EnterRead(ModelRead read) {
+        std::size_t const slot = static_cast<std::size_t>(read);
+        std::uint64_t const nth = readCounts_[slot].fetch_add(1, std::memory_order_relaxed) + 1;
+        if (readArmed_[slot].load(std::memory_order_relaxed))
+            CheckReadFault(read, nth);
+    }
+    std::uint64_t ReadCount(ModelRead read) const {
+        return readCounts_[static_cast<std::size_t>(read)].load();
+    }
+
     std::vector<CallRecord> Records() const;
     int OffMainThreadCalls() const;
 
 private:
+    void CheckReadFault(ModelRead read, std::uint64_t nth);
+
     std::thread::id mainThread_;
+    std::array<std::atomic<std::uint64_t>, kModelReadCount> readCounts_{};
+    std::array<std::atomic<bool>, kModelReadCount> readArmed_{};
     mutable std::mutex mutex_;
     std::vector<Fault> faults_;
     std::map<std::string, int> counts_;

@@ -87,6 +87,8 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
         line.hostFolder = value;
     } else if (option == "--call-log") {
         line.callLogFile = value;
+    } else if (option == "--scene") {
+        line.sceneFile = value;
     } else if (option == "--settle-timeout") {
         char* end = nullptr;
         line.settleTimeoutSeconds = std::strtod(value.c_str(), &end);
@@ -110,7 +112,8 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
 
 bool TakesValue(std::string const& option) {
     return option == "--home" || option == "--host-folder" || option == "--call-log" ||
-           option == "--settle-timeout" || option == "--fail" || option == "--throw";
+           option == "--scene" || option == "--settle-timeout" || option == "--fail" ||
+           option == "--throw";
 }
 
 } // namespace
@@ -171,13 +174,25 @@ Options:
   --fail CALL[:N[:CODE]]  make the host call CALL fail on its N-th call (default 1) with
                           error CODE (default 0x81060001), e.g.
                           --fail ACAPI_MenuItem_InstallMenuHandler:2:0x81060068
-  --throw CALL[:N]        make the host call CALL throw on its N-th call
+  --throw CALL[:N]        make the host call CALL throw on its N-th call; CALL may also
+                          be one of the model reader's reads, counted over the whole run
+                          (any fault on a read throws): ModelerAPI::Model::GetElement,
+                          ModelerAPI::Element::GetTessellatedBodyCount,
+                          ModelerAPI::Element::GetTessellatedBody,
+                          ModelerAPI::Element::GetMeshBody, ModelerAPI::MeshBody::GetVertex,
+                          ModelerAPI::MeshBody::GetPolygonCount,
+                          ModelerAPI::MeshBody::GetPolygon, ModelerAPI::Polygon::GetMaterial,
+                          ModelerAPI::Polygon::GetConvexPolygon,
+                          ModelerAPI::Polygon::GetTextureCoordinate,
+                          ModelerAPI::Texture::GetPixelMap
+  --scene FILE            open the scene FILE as the project (see Sim/SceneFormat.md;
+                          default: the built-in sample house)
   --call-log FILE         write every host call, in order, to FILE
   -h, --help              show this help
 
 Output: one line per report-window message, "report: TEXT" or "alert: TEXT".
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
-call is made off the main thread; 2 for a bad command line.
+call is made off the main thread; 2 for a bad command line or scene file.
 )";
 }
 

@@ -27,6 +27,7 @@ struct SimCommandLine {
     double settleTimeoutSeconds = 120.0;
     std::vector<Fault> faults;
     std::string callLogFile;
+    std::string sceneFile; // empty: the built-in sample building
     std::vector<SimAction> actions;
 };
 

@@ -1,5 +1,7 @@
 #include "Sim/SimHost.hpp"
 
+#include "Sim/SampleScene.hpp"
+
 #include <cstdio>
 #include <thread>
 
@@ -26,6 +28,14 @@ bool SimHost::LoadResources(std::string& error) {
         return true;
     error = resources_.Error();
     return false;
+}
+
+bool SimHost::LoadScene(std::string& error) {
+    std::optional<Scene> scene = LoadSceneOrSample(options_.scenePath, error);
+    if (!scene)
+        return false;
+    project_.Open(std::make_shared<Scene const>(std::move(*scene)));
+    return true;
 }
 
 void SimHost::WriteReport(const std::string& text, bool withDial) {

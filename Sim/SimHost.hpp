@@ -34,6 +34,7 @@ struct SimHostOptions {
     std::string resourceFile = VELMORA_RESOURCE_FILE;
     std::string resourceIdsHeader = VELMORA_RESOURCE_IDS_HEADER;
     Host::API_ModulID addOnId;
+    std::string scenePath; // the project to open; empty: the built-in sample building
 };
 
 class SimHost : public Host::Port {
@@ -42,6 +43,9 @@ public:
     explicit SimHost(SimHostOptions options);
 
     bool LoadResources(std::string& error);
+    // Opens options.scenePath (or the sample building) as the project; false with the
+    // loader's message when the scene file is wrong.
+    bool LoadScene(std::string& error);
 
     Host::MenuItemApi& MenuItem() override { return menus_; }
     Host::AddOnAddOnCommunicationApi& AddOnAddOnCommunication() override { return communication_; }
@@ -71,6 +75,7 @@ public:
     CallLog& Calls() { return calls_; }
     EventLoop& Loop() { return loop_; }
     SimMenus& Menus() { return menus_; }
+    SimProject& Project() { return project_; }
     std::vector<SimReport> Reports() const;
     // Called on the main thread for every report as it is written.
     void OnReport(std::function<void(SimReport const&)> listener);

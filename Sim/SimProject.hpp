@@ -1,9 +1,17 @@
 // The open project as the simulated host sees it: its file, the current window, the material
-// attributes, the elements and the sights with their generated models.
+// attributes, the elements and the sights with their generated models. Until a scene is
+// opened every call refuses as the host does without a project.
 #pragma once
 
 #include "Host/HostPort.hpp"
 #include "Sim/CallLog.hpp"
+#include "Sim/Scene.hpp"
+#include "Sim/SimModel.hpp"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
 
 namespace Velmora::Sim {
 
@@ -15,6 +23,10 @@ class SimProject : public Host::SightApi,
                    public Host::AttributeApi {
 public:
     explicit SimProject(CallLog& calls);
+
+    // Replaces the open project; sights and their models are dropped.
+    void Open(std::shared_ptr<Scene const> scene);
+    Scene const* OpenScene() const { return scene_.get(); }
 
     Host::GSErrCode CreateSight(void** newSightPtr) override;
     Host::GSErrCode SelectSight(void* sightPtr, void** oldSightPtr) override;
@@ -31,7 +43,23 @@ public:
     Host::GSErrCode Get(Host::API_Attribute* attribute) override;
 
 private:
+    struct Sight {
+        std::shared_ptr<GeneratedModel const> model; // null until generated
+    };
+
+    bool PassesFilter(SceneElement const& element, Host::API_ElemFilterFlags filterBits) const;
+    int FindElement(Host::API_Guid const& guid) const;
+    void AddGenerated(std::size_t index, GeneratedModel& model, std::vector<bool>& added);
+    std::shared_ptr<ElementMesh const> MeshOf(std::size_t index);
+    // The index of the material that owns attribute index (1-based), or -1.
+    int MaterialOfAttribute(Host::Int32 attributeIndex) const;
+
     CallLog& calls_;
+    std::shared_ptr<Scene const> scene_;
+    std::vector<std::shared_ptr<ElementMesh const>> meshes_; // made on first generation
+    std::map<void*, Sight> sights_;
+    std::uintptr_t sightsCreated_ = 0;
+    void* selected_ = nullptr; // nullptr: the 3D window's own sight
 };
 
 } // namespace Velmora::Sim

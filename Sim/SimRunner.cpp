@@ -176,8 +176,13 @@ int Runner::Run() {
     SimHostOptions options;
     options.hostFolder = line_.hostFolder.empty() ? home_ + "/.velmora-sim-host" : line_.hostFolder;
     options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
+    options.scenePath = line_.sceneFile;
     SimHost host(options);
     std::string error;
+    if (!host.LoadScene(error)) {
+        err_ << "velmora-sim: " << error << "\n";
+        return 2;
+    }
     if (!host.LoadResources(error)) {
         err_ << "velmora-sim: cannot read the add-on's resources: " << error << "\n";
         return 1;
