@@ -1,6 +1,7 @@
 #include "Sim/AddOnSession.hpp"
 
 #include "AddOnMain.hpp"
+#include "Export/ModelCommands.hpp"
 #include "MainThreadDispatcher.hpp"
 
 #include <cstdio>
@@ -51,8 +52,9 @@ void AddOnSession::Unload() {
 }
 
 bool AddOnSession::Settle(std::chrono::milliseconds timeout) {
-    return host_.Loop().RunUntilSettled([] { return MainThreadDispatcher::IsIdle(); },
-                                        EventLoop::Clock::now() + timeout);
+    // A model send holds the in-flight flag until its upload is done.
+    auto const settled = [] { return MainThreadDispatcher::IsIdle() && !IsSendModelInProgress(); };
+    return host_.Loop().RunUntilSettled(settled, EventLoop::Clock::now() + timeout);
 }
 
 void AddOnSession::RunFor(std::chrono::milliseconds duration) {

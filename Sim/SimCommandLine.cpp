@@ -64,6 +64,8 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
                 SimAction{SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0};
         else
             error = "bad menus action '" + text + "': expected menus or menus:MENU";
+    } else if (text == "export") {
+        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0};
     } else if (text == "paths") {
         action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
     } else if (text == "print:settings") {
@@ -159,6 +161,8 @@ Actions:
   trigger:NAME            drop the trigger file NAME (trigger_extract, trigger_send_model,
                           trigger_export_model) into the settings folder and let the add-on
                           find it
+  export                  export the visible model to last_model.glb in the log folder, as
+                          the trigger file trigger_export_model does
   wait:MS                 run the event loop for MS milliseconds
   menus, menus:MENU       print the add-on's menus (or one of them) with their check marks
   paths                   print where settings.cfg and the log are

@@ -11,7 +11,7 @@
 namespace Velmora::Sim {
 
 struct SimAction {
-    enum class Kind { Menu, Trigger, Wait, ShowMenus, ShowPaths, PrintSettings, PrintLog };
+    enum class Kind { Menu, Trigger, Export, Wait, ShowMenus, ShowPaths, PrintSettings, PrintLog };
     Kind kind = Kind::Wait;
     std::string text; // as given, for messages
     short menu = 0;

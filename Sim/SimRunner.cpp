@@ -1,5 +1,6 @@
 #include "Sim/SimRunner.hpp"
 
+#include "Commands.hpp"
 #include "ResourceIds.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/SimHost.hpp"
@@ -136,6 +137,9 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     }
     case SimAction::Kind::Trigger:
         return DropTrigger(action.triggerName, session);
+    case SimAction::Kind::Export:
+        DoExportModel();
+        return true;
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;
