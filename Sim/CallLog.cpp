@@ -59,10 +59,27 @@ int CallLog::OffMainThreadCalls() const {
     return count;
 }
 
+namespace {
+
+// The first ':' that is not part of a "::" in a reader name (ModelerAPI::MeshBody::GetPolygon).
+std::size_t NameEnd(std::string const& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != ':')
+            continue;
+        if (i + 1 < text.size() && text[i + 1] == ':')
+            ++i;
+        else
+            return i;
+    }
+    return std::string::npos;
+}
+
+} // namespace
+
 std::optional<Fault> ParseFault(std::string const& text, bool raise) {
     Fault fault;
     fault.raise = raise;
-    std::size_t const first = text.find(':');
+    std::size_t const first = NameEnd(text);
     fault.call = text.substr(0, first);
     if (fault.call.empty())
         return std::nullopt;

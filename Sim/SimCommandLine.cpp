@@ -101,7 +101,7 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
     } else {
         bool const raise = option == "--throw";
         std::optional<Fault> fault = ParseFault(value, raise);
-        bool const hasCode = std::count(value.begin(), value.end(), ':') > 1;
+        bool const hasCode = fault && fault->code != Host::Error::General;
         if (!fault || (raise && hasCode)) {
             error = option + " takes CALL[:N" + (option == "--fail" ? "[:CODE]]" : "]") +
                     ", e.g. ACAPI_MenuItem_RegisterMenu:2";
