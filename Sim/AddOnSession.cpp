@@ -1,6 +1,7 @@
 #include "Sim/AddOnSession.hpp"
 
 #include "AddOnMain.hpp"
+#include "Export/ModelCommands.hpp"
 #include "Extract/ExtractCommand.hpp"
 #include "MainThreadDispatcher.hpp"
 
@@ -53,9 +54,11 @@ void AddOnSession::Unload() {
 
 bool AddOnSession::Settle(std::chrono::milliseconds timeout) {
     // The extraction is asked first: it posts its outcome before it stops counting as active.
-    return host_.Loop().RunUntilSettled(
-        [] { return !IsExtractActive() && MainThreadDispatcher::IsIdle(); },
-        EventLoop::Clock::now() + timeout);
+    // A model export or send holds its in-flight flag until its upload is done.
+    auto const settled = [] {
+        return !IsExtractActive() && !IsSendModelInProgress() && MainThreadDispatcher::IsIdle();
+    };
+    return host_.Loop().RunUntilSettled(settled, EventLoop::Clock::now() + timeout);
 }
 
 void AddOnSession::RunFor(std::chrono::milliseconds duration) {

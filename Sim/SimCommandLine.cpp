@@ -68,6 +68,8 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
             error = "bad menus action '" + text + "': expected menus or menus:MENU";
     } else if (text == "extract") {
         action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0};
+    } else if (text == "export") {
+        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0};
     } else if (text == "paths") {
         action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
     } else if (text == "print:settings") {
@@ -169,6 +171,8 @@ Actions:
                           find it
   extract                 run the extract-view command (DoExtractView, as menu 32500:2 does):
                           capture, mask and upload; it settles once the upload has answered
+  export                  export the visible model to last_model.glb in the log folder, as
+                          the trigger file trigger_export_model does
   wait:MS                 run the event loop for MS milliseconds
   menus, menus:MENU       print the add-on's menus (or one of them) with their check marks
   paths                   print where settings.cfg and the log are

@@ -12,7 +12,17 @@
 namespace Velmora::Sim {
 
 struct SimAction {
-    enum class Kind { Menu, Trigger, Extract, Wait, ShowMenus, ShowPaths, PrintSettings, PrintLog };
+    enum class Kind {
+        Menu,
+        Trigger,
+        Extract,
+        Export,
+        Wait,
+        ShowMenus,
+        ShowPaths,
+        PrintSettings,
+        PrintLog
+    };
     Kind kind = Kind::Wait;
     std::string text; // as given, for messages
     short menu = 0;

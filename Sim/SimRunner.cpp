@@ -140,6 +140,9 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::Extract:
         DoExtractView();
         return true;
+    case SimAction::Kind::Export:
+        DoExportModel();
+        return true;
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;

@@ -1,4 +1,4 @@
-// The model commands land with the export work; until then each
+// The model-send command lands with the upload work; until then it
 // tells the user plainly that this build cannot do it yet, rather than failing silently.
 #include "Export/ModelCommands.hpp"
 #include "Host/HostPort.hpp"
@@ -20,10 +20,6 @@ Host::GSErrCode ReportNotAvailable(std::string const& logPrefix, std::string con
 
 Host::GSErrCode RunSendModelToVelmora() {
     return ReportNotAvailable("SendModel: ", "sending the model");
-}
-
-Host::GSErrCode RunExportModelToDisk() {
-    return ReportNotAvailable("ModelExport: ", "exporting the model");
 }
 
 } // namespace Velmora

@@ -17,7 +17,9 @@ using Lines = std::vector<std::string>;
 
 // Signed out, the extract command stops at its first check.
 constexpr char kExtractRan[] = "Velmora: please sign in via the Velmora panel before extracting.";
-constexpr char kExportRan[] = "Velmora: exporting the model is not available in this build yet.";
+// Without a scripted project the fake host refuses the export's first sight call.
+constexpr char kExportRan[] =
+    "Velmora: could not read the 3D model. could not create a 3D sight (err -2130313215)";
 
 Lines operator+(Lines lines, Lines const& more) {
     lines.insert(lines.end(), more.begin(), more.end());

@@ -89,9 +89,12 @@ TEST_F(VelmoraSimTest, FailuresWhileLoadingStopTheLoadWithTheHostsErrorCode) {
 TEST_F(VelmoraSimTest, ATriggerFileRunsItsCommandOnceAndIsConsumed) {
     SimRun const run = Run({"trigger:trigger_export_model"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
+    fs::path const copy = home.LogFolder() / "last_model.glb";
     EXPECT_THAT(run.OutLines(),
-                ElementsAre("report: Velmora: exporting the model is not available in this "
-                            "build yet."));
+                ElementsAre(testing::MatchesRegex("report: Velmora: model exported\\. [0-9]+ "
+                                                  "triangles, [0-9]+ KB\\."),
+                            "Saved to " + copy.string()));
+    EXPECT_TRUE(fs::exists(copy));
     EXPECT_FALSE(fs::exists(home.SupportFolder() / "trigger_export_model"));
     EXPECT_THAT(Log(), HasSubstr("TriggerFilePoller: trigger_export_model consumed -> "
                                  "DoExportModel on the main thread"));

@@ -1,0 +1,56 @@
+// A tiny model, written by a test, behind the model reader's Source interfaces: elements of
+// bodies of convex polygons, with materials, textures and reads that throw on request.
+#pragma once
+
+#include "Host/ModelerApi.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Velmora::Testing {
+
+namespace MAPI = Host::ModelerAPI;
+
+struct ScriptTexture {
+    std::string name = "tex";
+    int width = 1, height = 1;
+    std::vector<MAPI::ARGBPixel> pixels; // width * height
+    bool alpha = false;
+};
+
+struct ScriptPolygon {
+    int materialIndex = 1;
+    std::string materialName = "Plain";
+    MAPI::Color color{0.5, 0.5, 0.5};
+    double transparency = 0.0;
+    int textureIndex = -1; // attribute index; -1 untextured
+    std::shared_ptr<ScriptTexture> texture;
+    std::vector<std::vector<int>> convex; // 1-based body vertex indices per convex polygon
+    bool throwOnConvex = false;           // GetConvexPolygon throws on the last one
+    bool throwOnUv = false;
+};
+
+struct ScriptBody {
+    std::vector<MAPI::Vertex> vertices;
+    std::vector<ScriptPolygon> polygons;
+    bool throwOnFetch = false;
+};
+
+struct ScriptElement {
+    MAPI::Element::Type type = MAPI::Element::WallElement;
+    std::vector<ScriptBody> bodies;
+    bool meshBodies = false; // bodies come from GetMeshBody instead of GetTessellatedBody
+};
+
+MAPI::Element MakeElement(std::shared_ptr<ScriptElement const> element);
+MAPI::Model MakeModel(std::vector<ScriptElement> elements);
+
+// A body of one quad over [x0, x1] x [y0, y1] at height z (two triangles).
+ScriptBody FlatQuad(double x0, double y0, double x1, double y1, double z = 0.0);
+// A vertical quad from (x0, y0) to (x1, y1), 3 m high (two triangles).
+ScriptBody Upright(double x0, double y0, double x1, double y1);
+ScriptElement ElementOf(MAPI::Element::Type type, ScriptBody body);
+
+} // namespace Velmora::Testing
