@@ -95,6 +95,8 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
         line.callLogFile = value;
     } else if (option == "--scene") {
         line.sceneFile = value;
+    } else if (option == "--token") {
+        line.token = value;
     } else if (option == "--settle-timeout") {
         char* end = nullptr;
         line.settleTimeoutSeconds = std::strtod(value.c_str(), &end);
@@ -118,8 +120,8 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
 
 bool TakesValue(std::string const& option) {
     return option == "--home" || option == "--host-folder" || option == "--call-log" ||
-           option == "--scene" || option == "--settle-timeout" || option == "--fail" ||
-           option == "--throw";
+           option == "--scene" || option == "--token" || option == "--settle-timeout" ||
+           option == "--fail" || option == "--throw";
 }
 
 } // namespace
@@ -201,6 +203,7 @@ Options:
                           ModelerAPI::Texture::GetPixelMap
   --scene FILE            open the scene FILE as the project (see Sim/SceneFormat.md;
                           default: the built-in sample house)
+  --token TOKEN           start signed in, as if the panel's page had handed TOKEN over
   --call-log FILE         write every host call, in order, to FILE
   -h, --help              show this help
 

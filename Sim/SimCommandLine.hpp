@@ -38,6 +38,7 @@ struct SimCommandLine {
     double settleTimeoutSeconds = 120.0;
     std::vector<Fault> faults;
     std::string callLogFile;
+    std::string token;     // empty: signed out
     std::string sceneFile; // empty: the built-in sample building
     SimWindowOptions window;
     std::vector<SimAction> actions;

@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 #include "ResourceIds.hpp"
+#include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/SimHost.hpp"
 #include "SupportFolder.hpp"
@@ -207,6 +208,8 @@ int Runner::Run() {
         if (!session.Load(error)) {
             err_ << "velmora-sim: " << error << "\n";
             status = 1;
+        } else if (!line_.token.empty()) {
+            Settings::Get().SetAuthToken(line_.token);
         }
         for (std::size_t i = 0; status == 0 && i < line_.actions.size(); ++i) {
             if (!Perform(line_.actions[i], host, session)) {
