@@ -1,5 +1,6 @@
 // The glTF writer's JSON chunk: written by concatenation, no whitespace, members in fixed order.
 #include "Export/GlbLayout.hpp"
+#include "JsonEscape.hpp"
 
 #include <cstdio>
 
@@ -143,42 +144,7 @@ void AppendU32(std::vector<unsigned char>& out, std::uint32_t value) {
 }
 
 std::string JsonEscape(const std::string& text) {
-    std::string out;
-    out.reserve(text.size());
-    for (const char c : text) {
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\b':
-            out += "\\b";
-            break;
-        case '\f':
-            out += "\\f";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04X", static_cast<unsigned>(c));
-                out += escaped;
-            } else {
-                out += c;
-            }
-        }
-    }
-    return out;
+    return Velmora::JsonEscape(text, JsonHexDigits::Upper);
 }
 
 std::string WriteGlbJson(const std::string& generator, const GlbLayout& layout) {
