@@ -8,6 +8,7 @@ VELMORA_APT_PACKAGES=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev zlib1g-dev libstb-dev
     nlohmann-json3-dev
+    libcurl4-openssl-dev libcpp-httplib-dev libssl-dev nginx curl
 )
 
 velmora_missing_packages() {
