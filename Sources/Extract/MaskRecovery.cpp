@@ -17,7 +17,7 @@ constexpr std::size_t kChannels = 3;
 constexpr unsigned char kWhite = 255;
 
 // lround(colour * 255 / reference) clamped to a byte, for every (reference, colour) pair;
-// 0 where the reference is 0. Indexed [reference * 256 + colour].
+// 0 where the reference is 0. Indexed [reference * 256 + colour]: no division per pixel.
 using RatioTable = std::array<unsigned char, 256 * 256>;
 
 const RatioTable& ChannelRatios() {
@@ -35,108 +35,126 @@ const RatioTable& ChannelRatios() {
     return table;
 }
 
-void RecoverPixel(const RatioTable& ratios, const unsigned char* colour,
-                  const unsigned char* reference, unsigned char* out) {
-    for (std::size_t channel = 0; channel < kChannels; ++channel) {
-        out[channel] = ratios[reference[channel] * 256u + colour[channel]];
+// Every pixel is computed, branch-free; an unknown one is white until the hole fill (OR-ing
+// 255 in). The row's known flags are kept for that fill. Returns the number of unknown pixels.
+std::size_t RatioRow(const RatioTable& ratios, const unsigned char* __restrict colour,
+                     const unsigned char* __restrict reference, unsigned char* __restrict out,
+                     unsigned char* __restrict known, std::size_t width,
+                     unsigned char minReference) {
+    std::size_t unknown = 0;
+    for (std::size_t x = 0; x < width; ++x) {
+        const unsigned char* ref = reference + x * kChannels;
+        const unsigned char* col = colour + x * kChannels;
+        const bool isKnown = std::max({ref[0], ref[1], ref[2]}) >= minReference;
+        const unsigned char white = isKnown ? 0 : kWhite;
+        out[x * kChannels] = ratios[ref[0] * 256u + col[0]] | white;
+        out[x * kChannels + 1] = ratios[ref[1] * 256u + col[1]] | white;
+        out[x * kChannels + 2] = ratios[ref[2] * 256u + col[2]] | white;
+        known[x] = isKnown;
+        unknown += !isKnown;
     }
+    return unknown;
 }
 
-// One pass: known pixels get their ratio, unknown ones copy the pixel to their left once a
-// known pixel has been seen; leading unknowns copy the row's first known pixel afterwards.
-void RecoverRow(const RatioTable& ratios, const unsigned char* colour,
-                const unsigned char* reference, unsigned char* out, std::size_t width,
-                unsigned char minReference) {
-    std::size_t firstKnown = width;
-    for (std::size_t x = 0; x < width; ++x) {
-        const std::size_t at = x * kChannels;
-        const unsigned char* ref = reference + at;
-        if (std::max({ref[0], ref[1], ref[2]}) >= minReference) {
-            RecoverPixel(ratios, colour + at, ref, out + at);
-            firstKnown = std::min(firstKnown, x);
-        } else if (firstKnown < x) {
-            std::memcpy(out + at, out + at - kChannels, kChannels);
-        }
+// Unknown pixels copy the nearest known pixel to their left; leading ones copy the row's first
+// known pixel; a row with no known pixel stays white.
+void FillRowHoles(unsigned char* out, const unsigned char* known, std::size_t width) {
+    std::size_t firstKnown = 0;
+    while (firstKnown < width && known[firstKnown] == 0) {
+        ++firstKnown;
     }
     if (firstKnown == width) {
-        return; // no known pixel: the row stays white
+        return;
     }
     for (std::size_t x = 0; x < firstKnown; ++x) {
         std::memcpy(out + x * kChannels, out + firstKnown * kChannels, kChannels);
     }
-}
-
-using LatticeColours = std::array<Rgb8, kLatticeSize>;
-
-LatticeColours BuildLatticeColours() {
-    LatticeColours colours;
-    for (int index = 0; index < kLatticeSize; ++index) {
-        colours[static_cast<std::size_t>(index)] = ColorForIndex(index);
+    for (std::size_t x = firstKnown + 1; x < width; ++x) {
+        if (known[x] == 0) {
+            std::memcpy(out + x * kChannels, out + (x - 1) * kChannels, kChannels);
+        }
     }
-    return colours;
 }
 
-// Snapping is separable. A lattice index is (p * 1548) mod 2197 with p linear in the three
-// channel levels, so it is the sum (mod 2197) of the indices each channel gives alone, with
-// the other two channels at level 0 (byte 15); the squared error is the sum of the channels'
-// own errors. Each channel therefore needs one 256-entry table, filled from
-// LatticeIndexForColor itself so that the results cannot drift from it.
-struct ChannelSnap {
-    std::array<std::uint16_t, 256> index{};
-    std::array<std::uint16_t, 256> sqError{};
+// Snapping is separable. A lattice position is 169 * dR + 13 * dG + dB and the squared error
+// is the sum of the channels' own errors, so one 256-entry table per channel holds, packed in
+// one word, the channel's share of the position (bits 0-11), whether it reaches the background
+// floor (bit 12, summing to 3 when all three do) and its squared error (bits 16 and up). The
+// per-channel values come from LatticeIndexForColor itself, probed with the other two channels
+// at level 0 (byte 15), so that they cannot drift from it. The 2197 positions then map to the
+// packed output colour, white where the colour is not in use.
+constexpr std::uint32_t kPositionBits = 0xFFF;
+constexpr int kBackgroundShift = 12;
+constexpr std::uint32_t kAllBackground = 3;
+constexpr int kErrorShift = 16;
+constexpr std::uint32_t kPackedWhite = 0xFFFFFF;
+constexpr std::uint32_t kScrambleStep = 1327; // lattice index to lattice position
+
+struct SnapTables {
+    std::array<std::array<std::uint32_t, 256>, kChannels> channel{};
+    std::array<std::uint32_t, kLatticeSize + 1> colourAt{}; // the extra entry is white
+    std::uint32_t maxError = 0;
 };
 
-using ChannelSnaps = std::array<ChannelSnap, kChannels>;
+std::uint32_t Pack(Rgb8 colour) {
+    return colour.r | (std::uint32_t{colour.g} << 8) | (std::uint32_t{colour.b} << 16);
+}
 
-ChannelSnaps BuildChannelSnaps() {
+void BuildChannelTables(SnapTables& tables, unsigned char backgroundFloor) {
     constexpr std::uint8_t kLevelZero = 15;
-    ChannelSnaps snaps;
     for (std::size_t channel = 0; channel < kChannels; ++channel) {
         for (int value = 0; value < 256; ++value) {
             std::uint8_t probe[kChannels] = {kLevelZero, kLevelZero, kLevelZero};
             probe[channel] = static_cast<std::uint8_t>(value);
             long sqError = 0;
-            const int index = LatticeIndexForColor(Rgb8{probe[0], probe[1], probe[2]}, &sqError);
-            snaps[channel].index[static_cast<std::size_t>(value)] =
-                static_cast<std::uint16_t>(index);
-            snaps[channel].sqError[static_cast<std::size_t>(value)] =
-                static_cast<std::uint16_t>(sqError);
+            const auto index = static_cast<std::uint32_t>(
+                LatticeIndexForColor(Rgb8{probe[0], probe[1], probe[2]}, &sqError));
+            const std::uint32_t position = (index * kScrambleStep) % kLatticeSize;
+            const std::uint32_t background = value >= backgroundFloor ? 1 : 0;
+            tables.channel[channel][static_cast<std::size_t>(value)] =
+                position | (background << kBackgroundShift) |
+                (static_cast<std::uint32_t>(sqError) << kErrorShift);
         }
     }
-    return snaps;
 }
 
-class LatticeSnapper {
-public:
-    LatticeSnapper(const std::vector<unsigned char>& inUse, unsigned char backgroundFloor,
-                   long maxSqError)
-        : colours_(BuildLatticeColours()), snaps_(BuildChannelSnaps()), inUse_(inUse),
-          backgroundFloor_(backgroundFloor), maxSqError_(maxSqError) {}
-
-    Rgb8 Snap(const unsigned char* pixel) const {
-        const Rgb8 white{kWhite, kWhite, kWhite};
-        if (pixel[0] >= backgroundFloor_ && pixel[1] >= backgroundFloor_ &&
-            pixel[2] >= backgroundFloor_) {
-            return white;
-        }
-        std::size_t index = 0;
-        long sqError = 0;
-        for (std::size_t channel = 0; channel < kChannels; ++channel) {
-            index += snaps_[channel].index[pixel[channel]];
-            sqError += snaps_[channel].sqError[pixel[channel]];
-        }
-        index %= kLatticeSize;
-        const bool closeEnough = maxSqError_ < 0 || sqError <= maxSqError_;
-        return inUse_[index] != 0 && closeEnough ? colours_[index] : white;
+SnapTables BuildSnapTables(const std::vector<unsigned char>& inUse, unsigned char backgroundFloor,
+                           long maxSqError) {
+    SnapTables tables;
+    BuildChannelTables(tables, backgroundFloor);
+    for (int index = 0; index < kLatticeSize; ++index) {
+        const std::uint32_t position =
+            (static_cast<std::uint32_t>(index) * kScrambleStep) % kLatticeSize;
+        tables.colourAt[position] =
+            inUse[static_cast<std::size_t>(index)] != 0 ? Pack(ColorForIndex(index)) : kPackedWhite;
     }
+    tables.colourAt[kLatticeSize] = kPackedWhite;
+    // The error never exceeds 3 * 15^2, so any larger limit, or none, is the same as 0xFFFF.
+    constexpr long kNoLimit = 0xFFFF;
+    tables.maxError =
+        static_cast<std::uint32_t>(maxSqError < 0 ? kNoLimit : std::min(maxSqError, kNoLimit));
+    return tables;
+}
 
-private:
-    LatticeColours colours_;
-    ChannelSnaps snaps_;
-    const std::vector<unsigned char>& inUse_;
-    unsigned char backgroundFloor_;
-    long maxSqError_;
-};
+std::uint32_t SnapOne(const SnapTables& tables, const unsigned char* pixel) {
+    const std::uint32_t sum =
+        tables.channel[0][pixel[0]] + tables.channel[1][pixel[1]] + tables.channel[2][pixel[2]];
+    const bool keep = ((sum >> kBackgroundShift) & kAllBackground) != kAllBackground &&
+                      (sum >> kErrorShift) <= tables.maxError;
+    return tables.colourAt[keep ? (sum & kPositionBits) : std::uint32_t{kLatticeSize}];
+}
+
+void PutPacked(unsigned char* pixel, std::uint32_t colour) {
+    pixel[0] = static_cast<unsigned char>(colour);
+    pixel[1] = static_cast<unsigned char>(colour >> 8);
+    pixel[2] = static_cast<unsigned char>(colour >> 16);
+}
+
+void SnapPixels(const SnapTables& tables, unsigned char* __restrict rgb, std::size_t pixels) {
+    for (std::size_t at = 0; at < pixels * kChannels; at += kChannels) {
+        PutPacked(rgb + at, SnapOne(tables, rgb + at));
+    }
+}
 
 } // namespace
 
@@ -150,12 +168,17 @@ bool RatioRecoverColors(const std::vector<unsigned char>& colourCapture,
     if (colourCapture.size() != total || referenceCapture.size() != total) {
         return false;
     }
-    out.assign(total, kWhite);
+    out.resize(total);
     const RatioTable& ratios = ChannelRatios();
+    const auto rowPixels = static_cast<std::size_t>(width);
     const std::size_t stride = ve_detail::RasterBytes(width, 1);
+    std::vector<unsigned char> known(rowPixels);
     for (std::size_t offset = 0; offset < total; offset += stride) {
-        RecoverRow(ratios, colourCapture.data() + offset, referenceCapture.data() + offset,
-                   out.data() + offset, static_cast<std::size_t>(width), minReference);
+        unsigned char* row = out.data() + offset;
+        if (RatioRow(ratios, colourCapture.data() + offset, referenceCapture.data() + offset, row,
+                     known.data(), rowPixels, minReference) != 0) {
+            FillRowHoles(row, known.data(), rowPixels);
+        }
     }
     return true;
 }
@@ -167,21 +190,9 @@ void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
         rgb.size() < ve_detail::RasterBytes(width, height)) {
         return;
     }
-    const LatticeSnapper snapper(inUse, backgroundFloor, maxSqError);
-    // Masks are long runs of one colour: a pixel equal to the previous input reuses its result.
-    unsigned char previousInput[kChannels] = {0, 0, 0};
-    Rgb8 previousResult = snapper.Snap(previousInput);
-    const std::size_t total = ve_detail::RasterBytes(width, height);
-    for (unsigned char* pixel = rgb.data(); pixel != rgb.data() + total; pixel += kChannels) {
-        if (pixel[0] != previousInput[0] || pixel[1] != previousInput[1] ||
-            pixel[2] != previousInput[2]) {
-            std::memcpy(previousInput, pixel, kChannels);
-            previousResult = snapper.Snap(pixel);
-        }
-        pixel[0] = previousResult.r;
-        pixel[1] = previousResult.g;
-        pixel[2] = previousResult.b;
-    }
+    const SnapTables tables = BuildSnapTables(inUse, backgroundFloor, maxSqError);
+    SnapPixels(tables, rgb.data(),
+               static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
 }
 
 double MaskForegroundFraction(const std::vector<unsigned char>& rgb, int width, int height,
@@ -190,12 +201,11 @@ double MaskForegroundFraction(const std::vector<unsigned char>& rgb, int width, 
         return 0.0;
     }
     const std::size_t total = ve_detail::RasterBytes(width, height);
+    const unsigned char* __restrict pixel = rgb.data();
     std::size_t foreground = 0;
     for (std::size_t at = 0; at < total; at += kChannels) {
-        if (rgb[at] < backgroundFloor || rgb[at + 1] < backgroundFloor ||
-            rgb[at + 2] < backgroundFloor) {
-            ++foreground;
-        }
+        const unsigned char darkest = std::min({pixel[at], pixel[at + 1], pixel[at + 2]});
+        foreground += darkest < backgroundFloor;
     }
     return static_cast<double>(foreground) /
            (static_cast<double>(width) * static_cast<double>(height));

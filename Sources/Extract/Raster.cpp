@@ -70,16 +70,17 @@ bool CropRgbInPlace(std::vector<unsigned char>& rgb, int& width, int& height,
         rgb.size() < ve_detail::RasterBytes(width, height)) {
         return false;
     }
+    // Rows move towards the start, each to an offset at or before its own, so copying them in
+    // order within the buffer never overwrites a row not yet moved; no second buffer is needed.
     const std::size_t sourceStride = ve_detail::RasterBytes(width, 1);
     const std::size_t croppedStride = ve_detail::RasterBytes(rect.width, 1);
-    std::vector<unsigned char> cropped(ve_detail::RasterBytes(rect.width, rect.height));
-    const unsigned char* source = rgb.data() + static_cast<std::size_t>(rect.y) * sourceStride +
+    const std::size_t firstByte = static_cast<std::size_t>(rect.y) * sourceStride +
                                   static_cast<std::size_t>(rect.x) * kChannels;
     for (std::size_t row = 0; row < static_cast<std::size_t>(rect.height); ++row) {
-        std::memcpy(cropped.data() + row * croppedStride, source + row * sourceStride,
-                    croppedStride);
+        std::memmove(rgb.data() + row * croppedStride, rgb.data() + firstByte + row * sourceStride,
+                     croppedStride);
     }
-    rgb.swap(cropped);
+    rgb.resize(ve_detail::RasterBytes(rect.width, rect.height));
     width = rect.width;
     height = rect.height;
     return true;

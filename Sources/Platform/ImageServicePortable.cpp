@@ -18,7 +18,9 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr int kJpegQuality = 85;
 constexpr std::size_t kRgbaChannels = 4;
-constexpr std::int64_t kMaxJpegSide = 65535; // the frame header stores 16-bit sizes
+// The frame header could hold 65535, but libjpeg-turbo refuses any side above 65500: a larger
+// canvas is refused here, before its tiles are drawn, rather than by the encoder afterwards.
+constexpr std::int64_t kMaxJpegSide = 65500;
 constexpr std::size_t kPngSignatureSize = 8;
 
 struct RgbaImage {

@@ -146,5 +146,69 @@ TEST(CropJpeg, KeepsRectanglesWhollyInsideAndRejectsOthers) {
     }
 }
 
+// The quantisation tables (DQT segments) of a JPEG: they depend only on the quality setting.
+Bytes QuantTables(const Bytes& jpeg) {
+    Bytes tables;
+    for (std::size_t at = 2; at + 4 <= jpeg.size() && jpeg[at + 1] != 0xDA;) {
+        const std::size_t length = (jpeg[at + 2] << 8) | jpeg[at + 3];
+        if (jpeg[at + 1] == 0xDB) {
+            tables.insert(tables.end(), jpeg.begin() + at, jpeg.begin() + at + 2 + length);
+        }
+        at += 2 + length;
+    }
+    return tables;
+}
+
+Bytes JpegAtQuality(int quality) {
+    const Picture picture = QuadrantGrid(1, 1, 16, 16);
+    tjhandle encoder = tjInitCompress();
+    unsigned char* jpeg = nullptr;
+    unsigned long size = 0;
+    EXPECT_EQ(tjCompress2(encoder, picture.rgb.data(), 16, 0, 16, TJPF_RGB, &jpeg, &size,
+                          TJSAMP_420, quality, 0),
+              0);
+    const Bytes result(jpeg, jpeg + size);
+    tjFree(jpeg);
+    tjDestroy(encoder);
+    return result;
+}
+
+// Fault: the stitched or cropped JPEG written at another quality than 85 (84 and 86 already
+// give other tables).
+TEST(StitchImageGrid, WritesAndCropsAtQuality85) {
+    const Bytes at85 = QuantTables(JpegAtQuality(85));
+    ASSERT_FALSE(at85.empty());
+    ASSERT_NE(QuantTables(JpegAtQuality(84)), at85);
+    ASSERT_NE(QuantTables(JpegAtQuality(86)), at85);
+    Bytes stitched, cropped;
+    int width = 0, height = 0;
+    ASSERT_TRUE(
+        StitchImageGrid({EncodePng(QuadrantGrid(1, 1, 32, 24))}, 1, 1, stitched, width, height));
+    ASSERT_TRUE(CropJpegCentered(stitched, 8, 8, 16, 8, cropped));
+    EXPECT_EQ(QuantTables(stitched), at85);
+    EXPECT_EQ(QuantTables(cropped), at85);
+}
+
+// Fault: the canvas limit off by one either way: the encoder takes sides up to 65500, and a
+// canvas past that is refused before drawing.
+TEST(StitchImageGrid, AcceptsCanvasSidesUpTo65500AndRefusesOneMore) {
+    const std::tuple<int, int, int, int, bool> grids[] = {
+        {4, 1, 16375, 8, true},
+        {17, 1, 3853, 8, false}, // 65500 and 65501 wide
+        {1, 4, 8, 16375, true},
+        {1, 17, 8, 3853, false}}; // 65500 and 65501 tall
+    for (const auto& [cols, rows, tileW, tileH, accepted] : grids) {
+        const Bytes tile =
+            EncodePng(Picture{tileW, tileH, Bytes(std::size_t{3} * tileW * tileH, 90)});
+        Bytes jpeg;
+        int width = 0, height = 0;
+        EXPECT_EQ(StitchImageGrid(std::vector<Bytes>(std::size_t(cols) * rows, tile), cols, rows,
+                                  jpeg, width, height),
+                  accepted)
+            << cols * tileW << "x" << rows * tileH;
+        EXPECT_EQ(width, accepted ? cols * tileW : 0);
+    }
+}
+
 } // namespace
 } // namespace Velmora

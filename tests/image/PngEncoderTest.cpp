@@ -1,4 +1,5 @@
 #include "Extract/PngEncoder.hpp"
+#include "Extract/Checksums.hpp"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -200,6 +201,18 @@ TEST(PngEncoderPins, OutputIsByteForByteUnchanged) {
         const Bytes png = Encode(pin.picture);
         EXPECT_EQ(png.size(), pin.size) << pin.picture.name;
         EXPECT_EQ(crc32(0, png.data(), static_cast<uInt>(png.size())), pin.crc) << pin.picture.name;
+    }
+}
+
+// Fault: the sums reduced too rarely (a run bound above 5552) overflow 32 bits. Runs of 0xFF
+// push both sums to their largest values; zlib's adler32 is the reference.
+TEST(Adler32, MatchesZlibOverLongRunsOfFF) {
+    for (const std::size_t lead : {0u, 1u, 7u, 5551u, 5552u, 5553u, 40000u}) {
+        Bytes data(lead, 0x5A);
+        data.resize(lead + 60000, 0xFF);
+        ve_detail::Adler32 adler;
+        adler.Update(data.data(), data.size());
+        EXPECT_EQ(adler.Value(), adler32(1, data.data(), static_cast<uInt>(data.size()))) << lead;
     }
 }
 

@@ -318,5 +318,18 @@ TEST(ForegroundFraction, CountsPixelsWithAnyChannelBelowTheFloor) {
     EXPECT_DOUBLE_EQ(MaskForegroundFraction(rgb, 2, 2, 251), 0.75);
 }
 
+// Fault: a pass that trusts width and height over the buffer's size reads and writes past its
+// end (ASan shows it); both must refuse the raster and leave it as it is.
+TEST(ShortRaster, CropAndSnapRefuseABufferShorterThanItsSize) {
+    Bytes shortRaster = CoordinateRaster(6, 5);
+    shortRaster.pop_back();
+    Bytes rgb = shortRaster;
+    int width = 6, height = 5;
+    EXPECT_FALSE(CropRgbInPlace(rgb, width, height, SafeFrameRect{0, 4, 6, 1, true}));
+    EXPECT_EQ(std::make_tuple(rgb, width, height), std::make_tuple(shortRaster, 6, 5));
+    SnapRgbToLatticeSet(rgb, 6, 5, std::vector<unsigned char>(kLatticeSize, 1), 250, -1);
+    EXPECT_EQ(rgb, shortRaster);
+}
+
 } // namespace
 } // namespace Velmora

@@ -1,0 +1,189 @@
+// The mask's per-pixel passes are tables and branch-free loops; each must give exactly what a
+// plain implementation of its written rule gives, over every input that can tell them apart.
+#include "Extract/Raster.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+
+namespace Velmora {
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes RandomBytes(std::size_t count, std::mt19937& rng, int below = 256) {
+    Bytes bytes(count);
+    for (auto& byte : bytes) {
+        byte = static_cast<unsigned char>(rng() % static_cast<unsigned>(below));
+    }
+    return bytes;
+}
+
+// The written rule: the ratio where the reference is bright enough, holes filled from the left
+// (leading ones from the first known pixel), rows without a known pixel white.
+Bytes ReferenceRatio(const Bytes& colour, const Bytes& reference, int width, int height,
+                     unsigned char minReference) {
+    Bytes out(colour.size(), 255);
+    for (int y = 0; y < height; ++y) {
+        int firstKnown = -1;
+        for (int x = 0; x < width; ++x) {
+            const std::size_t at = (std::size_t(y) * width + x) * 3;
+            if (std::max({reference[at], reference[at + 1], reference[at + 2]}) >= minReference) {
+                for (int c = 0; c < 3; ++c) {
+                    const int r = reference[at + c];
+                    const long v = r == 0 ? 0 : std::lround(colour[at + c] * 255.0 / r);
+                    out[at + c] = static_cast<unsigned char>(std::clamp(v, 0L, 255L));
+                }
+                firstKnown = firstKnown < 0 ? x : firstKnown;
+            } else if (firstKnown >= 0) {
+                std::copy_n(&out[at - 3], 3, &out[at]);
+            }
+        }
+        for (int x = 0; x < firstKnown; ++x) {
+            std::copy_n(&out[(std::size_t(y) * width + firstKnown) * 3], 3,
+                        &out[(std::size_t(y) * width + x) * 3]);
+        }
+    }
+    return out;
+}
+
+// Fault: a wrong table entry, reciprocal or rounding for any (reference, colour) pair, or a
+// hole fill that borrows across rows or from the wrong side.
+TEST(MaskPassReference, RatioRecoveryMatchesOverEveryPairAndRandomHoles) {
+    // Pixel (x, y) divides x by y in red, y by x in green and x by 255 - y in blue: every pixel
+    // is known, so every pair is divided in red. The random dark rasters below make the holes.
+    Bytes colour, reference;
+    for (int y = 0; y < 256; ++y) {
+        for (int x = 0; x < 256; ++x) {
+            colour.insert(colour.end(),
+                          {Bytes::value_type(x), Bytes::value_type(y), Bytes::value_type(x)});
+            reference.insert(reference.end(), {Bytes::value_type(y), Bytes::value_type(x),
+                                               Bytes::value_type(255 - y)});
+        }
+    }
+    Bytes out;
+    ASSERT_TRUE(RatioRecoverColors(colour, reference, 256, 256, out, 4));
+    EXPECT_TRUE(out == ReferenceRatio(colour, reference, 256, 256, 4));
+    std::mt19937 rng(5);
+    for (const auto& [width, height] : {std::pair{1, 1}, {17, 9}, {333, 7}}) {
+        const Bytes dark = RandomBytes(std::size_t(width) * height * 3, rng, 8);
+        const Bytes some = RandomBytes(dark.size(), rng);
+        ASSERT_TRUE(RatioRecoverColors(some, dark, width, height, out, 4));
+        EXPECT_TRUE(out == ReferenceRatio(some, dark, width, height, 4)) << width << "x" << height;
+    }
+}
+
+int Digit(int channel) {
+    return std::clamp(static_cast<int>((channel - 15) / 18.75 + 0.5), 0, 12);
+}
+int Level(int digit) {
+    return static_cast<int>(digit * 18.75 + 0.5) + 15;
+}
+
+// Fault: a snap table that misplaces a decision boundary, the error limit, the background floor
+// or the in-use lookup for any colour. Every colour of the cube is tried once.
+TEST(MaskPassReference, SnapMatchesTheRuleForEveryColour) {
+    std::mt19937 rng(11);
+    const Bytes inUse = RandomBytes(2197, rng, 2);
+    Bytes cube(std::size_t{256} * 256 * 256 * 3);
+    for (std::size_t i = 0; i < cube.size(); ++i) {
+        cube[i] = static_cast<unsigned char>((i / 3) >> (8 * (2 - i % 3)));
+    }
+    for (const long limit : {64L, -1L, 0L}) {
+        Bytes snapped = cube;
+        SnapRgbToLatticeSet(snapped, 4096, 4096, inUse, 250, limit);
+        for (std::size_t at = 0; at < cube.size(); at += 3) {
+            const int d[3] = {Digit(cube[at]), Digit(cube[at + 1]), Digit(cube[at + 2])};
+            long error = 0;
+            for (int c = 0; c < 3; ++c) {
+                error += long(cube[at + c] - Level(d[c])) * (cube[at + c] - Level(d[c]));
+            }
+            const int index = ((169 * d[0] + 13 * d[1] + d[2]) * 1548) % 2197;
+            const bool keep = std::min({cube[at], cube[at + 1], cube[at + 2]}) < 250 &&
+                              inUse[index] != 0 && (limit < 0 || error <= limit);
+            for (int c = 0; c < 3; ++c) {
+                ASSERT_EQ(snapped[at + c], keep ? Level(d[c]) : 255)
+                    << "colour " << at / 3 << " limit " << limit;
+            }
+        }
+    }
+}
+
+// Fault: a crop, scale, foreground count or BMP decode that drops, shifts or swaps a byte on some
+// size or offset the hand-written cases miss.
+TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {
+    std::mt19937 rng(23);
+    for (int round = 0; round < 40; ++round) {
+        const int width = 1 + int(rng() % 40), height = 1 + int(rng() % 30);
+        const Bytes rgb = RandomBytes(std::size_t(width) * height * 3, rng);
+        const int dstW = 1 + int(rng() % 90), dstH = 1 + int(rng() % 70);
+        Bytes scaled, expected;
+        for (int y = 0; y < dstH; ++y) {
+            for (int x = 0; x < dstW; ++x) {
+                const int sx = std::min((2 * x + 1) * width / (2 * dstW), width - 1);
+                const int sy = std::min((2 * y + 1) * height / (2 * dstH), height - 1);
+                const auto* p = &rgb[(std::size_t(sy) * width + sx) * 3];
+                expected.insert(expected.end(), p, p + 3);
+            }
+        }
+        ASSERT_TRUE(ScaleRgbNearest(rgb, width, height, dstW, dstH, scaled));
+        EXPECT_TRUE(scaled == expected) << width << "x" << height << " to " << dstW << "x" << dstH;
+
+        const SafeFrameRect rect{int(rng() % width), int(rng() % height), 0, 0, true};
+        SafeFrameRect fit = rect;
+        fit.width = 1 + int(rng() % (width - rect.x));
+        fit.height = 1 + int(rng() % (height - rect.y));
+        expected.clear();
+        for (int y = fit.y; y < fit.y + fit.height; ++y) {
+            const auto* p = &rgb[(std::size_t(y) * width + fit.x) * 3];
+            expected.insert(expected.end(), p, p + std::size_t(fit.width) * 3);
+        }
+        Bytes cropped = rgb;
+        int w = width, h = height;
+        ASSERT_TRUE(CropRgbInPlace(cropped, w, h, fit));
+        EXPECT_TRUE(cropped == expected && w == fit.width && h == fit.height);
+
+        const auto floor = static_cast<unsigned char>(rng() % 256);
+        std::size_t foreground = 0;
+        for (std::size_t at = 0; at < rgb.size(); at += 3) {
+            foreground += std::min({rgb[at], rgb[at + 1], rgb[at + 2]}) < floor;
+        }
+        EXPECT_EQ(MaskForegroundFraction(rgb, width, height, floor),
+                  double(foreground) / (double(width) * height));
+
+        const int bits = round % 2 == 0 ? 24 : 32;
+        const int storedHeight = round % 4 < 2 ? height : -height;
+        const std::size_t stride = (std::size_t(width) * bits / 8 + 3) & ~std::size_t{3};
+        Bytes bmp = RandomBytes(54 + stride * height, rng);
+        const std::uint32_t fields[] = {54,
+                                        40,
+                                        std::uint32_t(width),
+                                        std::uint32_t(storedHeight),
+                                        1u + (std::uint32_t(bits) << 16),
+                                        0};
+        bmp[0] = 'B', bmp[1] = 'M';
+        for (int f = 0; f < 6; ++f) {
+            for (int i = 0; i < 4; ++i) {
+                bmp[10 + 4 * f + i] = static_cast<unsigned char>(fields[f] >> (8 * i));
+            }
+        }
+        expected.clear();
+        for (int y = 0; y < height; ++y) {
+            const int stored = storedHeight > 0 ? height - 1 - y : y;
+            for (int x = 0; x < width; ++x) {
+                const auto* p = &bmp[54 + stride * stored + std::size_t(x) * bits / 8];
+                expected.insert(expected.end(), {p[2], p[1], p[0]});
+            }
+        }
+        Bytes decoded;
+        ASSERT_TRUE(DecodeBmpToRgb(bmp, w, h, decoded));
+        EXPECT_TRUE(decoded == expected && w == width && h == height)
+            << bits << " " << storedHeight;
+    }
+}
+
+} // namespace
+} // namespace Velmora
