@@ -219,11 +219,11 @@ ModelUploadMetadata MetadataOf(ModelExportResult const& result) {
 }
 
 bool RefuseOversized(std::size_t bytes) {
-    if (bytes <= kMaxSendBytes)
+    std::string const refusal = SendSizeRefusal(bytes);
+    if (refusal.empty())
         return false;
     Log(LogLevel::Error, "glb " + std::to_string(bytes) + " bytes exceeds the 200 MB cap");
-    ReportFailure("Velmora: this model is too large to send (" + FormatModelSize(bytes) +
-                  ", the limit is 200 MB). Hide some layers and try again.");
+    ReportFailure(refusal);
     return true;
 }
 
@@ -248,6 +248,13 @@ bool StartWorker(std::unique_ptr<SendJob> job) {
 }
 
 } // namespace
+
+std::string SendSizeRefusal(std::uint64_t bytes) {
+    if (bytes <= kMaxSendBytes)
+        return {};
+    return "Velmora: this model is too large to send (" + FormatModelSize(bytes) +
+           ", the limit is 200 MB). Hide some layers and try again.";
+}
 
 Host::GSErrCode RunSendModelToVelmora() {
     ModelJobClaim claim;
