@@ -70,6 +70,8 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
         action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0};
     } else if (text == "export") {
         action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0};
+    } else if (text == "send") {
+        action = SimAction{SimAction::Kind::Send, text, 0, 0, {}, 0};
     } else if (text == "paths") {
         action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
     } else if (text == "print:settings") {
@@ -175,6 +177,9 @@ Actions:
                           capture, mask and upload; it settles once the upload has answered
   export                  export the visible model to last_model.glb in the log folder, as
                           the trigger file trigger_export_model does
+  send                    send the visible model to the web service (DoSendModel, as menu
+                          32500:3 does): export, begin, PUT of the .glb, confirm; needs
+                          --token; it settles once the service has answered
   wait:MS                 run the event loop for MS milliseconds
   menus, menus:MENU       print the add-on's menus (or one of them) with their check marks
   paths                   print where settings.cfg and the log are
@@ -210,7 +215,8 @@ Options:
 The simulated 3D window:
 )" + std::string(WindowOptionsUsage()) +
            R"(
-Output: one line per report-window message, "report: TEXT" or "alert: TEXT".
+Output: one line per report-window message, "report: TEXT" or "alert: TEXT", and one per
+progress event of a model send, "progress: STATUS PERCENT%".
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
 call is made off the main thread; 2 for a bad command line or scene file.
 )";

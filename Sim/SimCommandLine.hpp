@@ -17,6 +17,7 @@ struct SimAction {
         Trigger,
         Extract,
         Export,
+        Send,
         Wait,
         ShowMenus,
         ShowPaths,

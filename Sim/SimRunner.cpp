@@ -1,6 +1,7 @@
 #include "Sim/SimRunner.hpp"
 
 #include "Commands.hpp"
+#include "Panel/ProgressEvents.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
@@ -144,6 +145,9 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::Export:
         DoExportModel();
         return true;
+    case SimAction::Kind::Send:
+        DoSendModel();
+        return true;
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;
@@ -201,6 +205,10 @@ int Runner::Run() {
     host.OnReport([this](SimReport const& report) {
         out_ << (report.alert ? "alert: " : "report: ") << report.text << std::endl;
     });
+    // There is no panel here: its progress bar becomes lines of output.
+    SetProgressObserver([this](ExtractionKind, int percent, std::string const& status) {
+        out_ << "progress: " << status << " " << percent << "%" << std::endl;
+    });
 
     int status = 0;
     {
@@ -222,6 +230,7 @@ int Runner::Run() {
         }
         session.Unload();
     }
+    SetProgressObserver({});
     WriteCallLog(host);
     if (usageError_)
         status = 2;

@@ -51,6 +51,9 @@ enum class Audience : int {
 // failures are reported to the audience.
 bool ExportAndReport(ModelExportResult& out, std::string& savedPath, Audience audience);
 
+// The message refusing a file above 200 MB (209715200 bytes) to send; empty when it may go.
+std::string SendSizeRefusal(std::uint64_t bytes);
+
 // "%.0f KB" below 1 MiB, else "%.1f MB".
 std::string FormatModelSize(std::uint64_t bytes);
 

@@ -9,13 +9,12 @@
 #include "MainThreadDispatcher.hpp"
 #include "Panel/WebAppPalette.hpp"
 #include "Platform/ImageService.hpp"
+#include "Upload/TokenRefresh.hpp"
 #include "Upload/Uploader.hpp"
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <thread>
 
 namespace Velmora {
 
@@ -124,17 +123,7 @@ void OnUploadComplete(UploadResult const& result) {
 
 // Upload worker, after a 401: asks the page for its token and waits up to 5 s for it.
 std::string PullFreshToken() {
-    Settings& settings = Settings::Get();
-    std::uint64_t const before = settings.AuthTokenVersion();
-    MainThreadDispatcher::Post([] {
-        if (WebAppPalette::HasInstance())
-            WebAppPalette::GetInstance().RequestAuthTokenRefresh();
-    });
-    for (int round = 0; round < 50 && settings.AuthTokenVersion() == before; ++round)
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    if (settings.AuthTokenVersion() != before)
-        Log(LogLevel::Info, "401 retry picked up a freshly pulled auth token");
-    return settings.AuthToken();
+    return PullFreshAuthToken("ExtractCommand: 401 retry picked up a freshly pulled auth token");
 }
 
 // ---- Capture stages (main thread) ----------------------------------------------------------
