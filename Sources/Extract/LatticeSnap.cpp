@@ -1,0 +1,401 @@
+// Snaps a recovered mask onto the lattice colours in use, 16 pixels (48 bytes) at a time.
+//
+// A mask is mostly runs of one lattice colour with a little jitter, and white. So a block is
+// matched against whole patterns in 16-byte vectors: "every channel within `span` of the lattice
+// colour that its first unresolved pixel snaps to" (all such pixels share that colour's position,
+// pass the error limit and cannot be background, so they all get its output), or "every channel
+// at least the floor" (white). Matching pixels take the pattern's output; the rest try the next
+// pattern; a pixel that fits none, or what is left after a few patterns, is snapped alone through
+// the per-channel tables. Only the first pixel of each pattern needs a look-up.
+#include "Extract/CategoryPalette.hpp"
+#include "Extract/Raster.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace Velmora {
+namespace {
+
+constexpr std::size_t kChannels = 3;
+
+// Per channel value, packed in one word: its share of the lattice position (bits 0-11),
+// whether it reaches the background floor (bit 12) and whether it lies further than `span`
+// from its level (bit 14), each summing to at most 3 over a pixel, and its squared error (bits
+// 16 and up). The values come from LatticeIndexForColor itself, probed with the other two
+// channels at level 0 (byte 15), so that they cannot drift from it.
+constexpr std::uint32_t kPositionBits = 0xFFF;
+constexpr int kBackgroundShift = 12;
+constexpr int kFarShift = 14;
+constexpr std::uint32_t kCountBits = 3;
+constexpr int kErrorShift = 16;
+constexpr std::uint32_t kPackedWhite = 0xFFFFFF;
+constexpr std::uint32_t kNoPattern = 0xFFFFFFFF;
+constexpr std::uint32_t kScrambleStep = 1327; // lattice index to lattice position
+
+struct PositionEntry {
+    std::uint32_t output = kPackedWhite; // the lattice colour, white when not in use
+    std::uint32_t low = kNoPattern;      // the colour minus `span` per channel, if matchable
+};
+
+struct SnapTables {
+    std::array<std::array<std::uint32_t, 256>, kChannels> channel{};
+    std::array<PositionEntry, kLatticeSize> position{};
+    std::uint32_t maxError = 0;
+    unsigned char span = 0; // channels within this of their level cannot leave its cell
+    unsigned char backgroundFloor = 0;
+};
+
+std::uint32_t Pack(Rgb8 colour) {
+    return colour.r | (std::uint32_t{colour.g} << 8) | (std::uint32_t{colour.b} << 16);
+}
+
+std::uint32_t PositionOfIndex(int index) {
+    return (static_cast<std::uint32_t>(index) * kScrambleStep) % kLatticeSize;
+}
+
+std::uint32_t ProbeChannel(std::size_t channel, int value, long& sqError) {
+    constexpr std::uint8_t kLevelZero = 15;
+    std::uint8_t probe[kChannels] = {kLevelZero, kLevelZero, kLevelZero};
+    probe[channel] = static_cast<std::uint8_t>(value);
+    return PositionOfIndex(LatticeIndexForColor(Rgb8{probe[0], probe[1], probe[2]}, &sqError));
+}
+
+int DigitOf(int value) {
+    long unused = 0;
+    return static_cast<int>(ProbeChannel(kChannels - 1, value, unused)); // blue weighs 1
+}
+
+int LevelOf(int digit) {
+    const int index = static_cast<int>((static_cast<std::uint32_t>(digit) * 1548u) % kLatticeSize);
+    return ColorForIndex(index).b;
+}
+
+// The widest window around every level that stays inside the level's own cell (and the byte).
+int WidestSafeSpan() {
+    int widest = 255;
+    for (int digit = 0; digit < kLatticeLevels; ++digit) {
+        const int level = LevelOf(digit);
+        int span = 0;
+        while (level - span - 1 >= 0 && level + span + 1 <= 255 &&
+               DigitOf(level - span - 1) == digit && DigitOf(level + span + 1) == digit) {
+            ++span;
+        }
+        widest = std::min(widest, span);
+    }
+    return widest;
+}
+
+// Within `span` of its level in every channel, a pixel's error is at most 3 * span^2.
+unsigned char SpanForLimit(long maxSqError) {
+    const int widest = WidestSafeSpan();
+    int span = 0;
+    while (span < widest && (maxSqError < 0 || 3L * (span + 1) * (span + 1) <= maxSqError)) {
+        ++span;
+    }
+    return static_cast<unsigned char>(span);
+}
+
+void BuildChannelTables(SnapTables& tables) {
+    const long farError = long{tables.span} * tables.span;
+    for (std::size_t channel = 0; channel < kChannels; ++channel) {
+        for (int value = 0; value < 256; ++value) {
+            long sqError = 0;
+            const std::uint32_t position = ProbeChannel(channel, value, sqError);
+            const std::uint32_t background = value >= tables.backgroundFloor ? 1 : 0;
+            const std::uint32_t far = sqError > farError ? 1 : 0;
+            tables.channel[channel][static_cast<std::size_t>(value)] =
+                position | (background << kBackgroundShift) | (far << kFarShift) |
+                (static_cast<std::uint32_t>(sqError) << kErrorShift);
+        }
+    }
+}
+
+// A pattern is usable only where no pixel inside it can be background: its darkest channel
+// plus the span stays below the floor.
+PositionEntry PositionEntryFor(int index, bool inUse, const SnapTables& tables) {
+    const Rgb8 colour = ColorForIndex(index);
+    PositionEntry entry;
+    entry.output = inUse ? Pack(colour) : kPackedWhite;
+    if (std::min({colour.r, colour.g, colour.b}) + tables.span < tables.backgroundFloor) {
+        const auto low = [&](std::uint8_t level) {
+            return static_cast<std::uint32_t>(level - tables.span);
+        };
+        entry.low = low(colour.r) | (low(colour.g) << 8) | (low(colour.b) << 16);
+    }
+    return entry;
+}
+
+SnapTables BuildSnapTables(const std::vector<unsigned char>& inUse, unsigned char backgroundFloor,
+                           long maxSqError) {
+    SnapTables tables;
+    tables.backgroundFloor = backgroundFloor;
+    tables.span = SpanForLimit(maxSqError);
+    BuildChannelTables(tables);
+    for (int index = 0; index < kLatticeSize; ++index) {
+        tables.position[PositionOfIndex(index)] =
+            PositionEntryFor(index, inUse[static_cast<std::size_t>(index)] != 0, tables);
+    }
+    // The error never exceeds 3 * 15^2, so any larger limit, or none, is the same as 0xFFFF.
+    constexpr long kNoLimit = 0xFFFF;
+    tables.maxError =
+        static_cast<std::uint32_t>(maxSqError < 0 ? kNoLimit : std::min(maxSqError, kNoLimit));
+    return tables;
+}
+
+std::uint32_t ChannelSum(const SnapTables& tables, const unsigned char* pixel) {
+    return tables.channel[0][pixel[0]] + tables.channel[1][pixel[1]] + tables.channel[2][pixel[2]];
+}
+
+bool AllBackground(std::uint32_t sum) {
+    return ((sum >> kBackgroundShift) & kCountBits) == kCountBits;
+}
+
+bool NoneFar(std::uint32_t sum) {
+    return ((sum >> kFarShift) & kCountBits) == 0;
+}
+
+// The rule for one pixel, from its channels' summed table words.
+std::uint32_t SnapOne(const SnapTables& tables, const unsigned char* pixel) {
+    const std::uint32_t sum = ChannelSum(tables, pixel);
+    const bool keep = !AllBackground(sum) && (sum >> kErrorShift) <= tables.maxError;
+    return keep ? tables.position[sum & kPositionBits].output : kPackedWhite;
+}
+
+void PutPacked(unsigned char* pixel, std::uint32_t colour) {
+    pixel[0] = static_cast<unsigned char>(colour);
+    pixel[1] = static_cast<unsigned char>(colour >> 8);
+    pixel[2] = static_cast<unsigned char>(colour >> 16);
+}
+
+// --- Blocks of 16 pixels in three 16-byte vectors (GCC and clang vector extensions).
+
+using U8x16 = unsigned char __attribute__((vector_size(16)));
+using U64x2 = std::uint64_t __attribute__((vector_size(16)));
+constexpr std::size_t kBlockPixels = 16;
+constexpr std::size_t kBlockBytes = kBlockPixels * kChannels;
+constexpr std::uint64_t kPixelStarts = 0x249249249249; // bit 3k: pixel k's first byte
+constexpr int kMaxRounds = 4;
+
+// Bytes 0-15, 16-31 and 32-47 of a block. Written out rather than looped so that the three
+// stay in registers.
+struct Block {
+    U8x16 low, mid, high;
+};
+
+template <typename To, typename From>
+To BitCast(const From& from) {
+    static_assert(sizeof(To) == sizeof(From), "same size");
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
+}
+
+U8x16 Splat(unsigned char value) {
+    return U8x16{} + value;
+}
+
+U8x16 Vector(std::uint64_t first, std::uint64_t second) {
+    return BitCast<U8x16>(U64x2{first, second});
+}
+
+Block Load(const unsigned char* bytes) {
+    Block block;
+    std::memcpy(&block.low, bytes, sizeof block.low);
+    std::memcpy(&block.mid, bytes + 16, sizeof block.mid);
+    std::memcpy(&block.high, bytes + 32, sizeof block.high);
+    return block;
+}
+
+void Store(unsigned char* bytes, const Block& block) {
+    std::memcpy(bytes, &block.low, sizeof block.low);
+    std::memcpy(bytes + 16, &block.mid, sizeof block.mid);
+    std::memcpy(bytes + 32, &block.high, sizeof block.high);
+}
+
+// A packed colour repeated over 48 bytes: the three byte phases of it, eight bytes each.
+Block Repeat(std::uint32_t colour) {
+    constexpr std::uint64_t kThrice = 1 | (std::uint64_t{1} << 24) | (std::uint64_t{1} << 48);
+    const std::uint64_t rgb = colour & kPackedWhite;
+    const std::uint64_t fromRed = rgb * kThrice;
+    const std::uint64_t fromGreen = ((rgb >> 8) | ((rgb & 0xFF) << 16)) * kThrice;
+    const std::uint64_t fromBlue = ((rgb >> 16) | ((rgb & 0xFFFF) << 8)) * kThrice;
+    return Block{Vector(fromRed, fromBlue), Vector(fromGreen, fromRed),
+                 Vector(fromBlue, fromGreen)};
+}
+
+bool AllZero(const Block& mask) {
+    const U64x2 any = BitCast<U64x2>(mask.low | mask.mid | mask.high);
+    return (any[0] | any[1]) == 0;
+}
+
+// Bit i set where byte i of eight mask bytes (each 0 or 0xFF) is set.
+std::uint64_t ByteBits(std::uint64_t bytes) {
+    return ((bytes & 0x8080808080808080u) * 0x0002040810204081u) >> 56;
+}
+
+std::uint64_t VectorBits(U8x16 mask) {
+#if defined(__SSE2__)
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(BitCast<__m128i>(mask)));
+#endif
+    const U64x2 halves = BitCast<U64x2>(mask);
+    return ByteBits(halves[0]) | (ByteBits(halves[1]) << 8);
+}
+
+// The pixels (bit 3k) none of whose three bytes is set in `bad`.
+std::uint64_t CleanPixels(const Block& bad) {
+    const std::uint64_t bits =
+        VectorBits(bad.low) | (VectorBits(bad.mid) << 16) | (VectorBits(bad.high) << 32);
+    return ~(bits | (bits >> 1) | (bits >> 2)) & kPixelStarts;
+}
+
+struct ByteMasks {
+    std::array<std::uint64_t, 256> of{};
+    ByteMasks() {
+        for (std::size_t bits = 0; bits < of.size(); ++bits) {
+            for (std::size_t byte = 0; byte < 8; ++byte) {
+                of[bits] |= ((bits >> byte) & 1) != 0 ? std::uint64_t{0xFF} << (8 * byte) : 0;
+            }
+        }
+    }
+};
+
+// 0xFF in every byte of the pixels set in `pixels` (bit 3k), 0 elsewhere.
+Block ExpandPixels(std::uint64_t pixels) {
+    static const ByteMasks masks;
+    const std::uint64_t bytes = pixels | (pixels << 1) | (pixels << 2);
+    const auto eight = [&](int shift) { return masks.of[(bytes >> shift) & 0xFF]; };
+    return Block{Vector(eight(0), eight(8)), Vector(eight(16), eight(24)),
+                 Vector(eight(32), eight(40))};
+}
+
+// One pattern: what its pixels become, and the lower end of its window.
+struct Pattern {
+    Block low;
+    Block output;
+};
+
+U8x16 Outside(U8x16 bytes, U8x16 low, U8x16 width) {
+    return BitCast<U8x16>(static_cast<U8x16>(bytes - low) > width);
+}
+
+Block OutsideSpan(const Block& in, const Pattern& pattern, unsigned char span) {
+    const U8x16 width = Splat(static_cast<unsigned char>(2 * span));
+    return Block{Outside(in.low, pattern.low.low, width), Outside(in.mid, pattern.low.mid, width),
+                 Outside(in.high, pattern.low.high, width)};
+}
+
+Block BelowFloor(const Block& in, unsigned char backgroundFloor) {
+    const U8x16 floor = Splat(backgroundFloor);
+    return Block{BitCast<U8x16>(in.low < floor), BitCast<U8x16>(in.mid < floor),
+                 BitCast<U8x16>(in.high < floor)};
+}
+
+U8x16 Select(U8x16 into, U8x16 from, U8x16 mask) {
+    return (into & ~mask) | (from & mask);
+}
+
+Block Blend(const Block& into, const Block& from, const Block& mask) {
+    return Block{Select(into.low, from.low, mask.low), Select(into.mid, from.mid, mask.mid),
+                 Select(into.high, from.high, mask.high)};
+}
+
+class BlockSnapper {
+public:
+    explicit BlockSnapper(const SnapTables& tables) : tables_(tables), near_(kLatticeSize) {
+        white_.output = Repeat(kPackedWhite);
+        for (std::size_t position = 0; position < near_.size(); ++position) {
+            const PositionEntry& entry = tables_.position[position];
+            if (entry.low != kNoPattern) {
+                near_[position] = Pattern{Repeat(entry.low), Repeat(entry.output)};
+            }
+        }
+    }
+
+    void Snap(unsigned char* bytes) const {
+        const Block in = Load(bytes);
+        Block out = in;
+        std::uint64_t open = kPixelStarts;
+        for (int round = 0; open != 0 && round < kMaxRounds; ++round) {
+            const auto first = static_cast<unsigned>(__builtin_ctzll(open));
+            const std::uint32_t sum = ChannelSum(tables_, bytes + first);
+            const Pattern* pattern = PatternFor(sum);
+            if (pattern == nullptr) {
+                PutPackedInto(out, first, SnapOne(tables_, bytes + first));
+                open &= ~(std::uint64_t{1} << first);
+                continue;
+            }
+            const Block bad = AllBackground(sum) ? BelowFloor(in, tables_.backgroundFloor)
+                                                 : OutsideSpan(in, *pattern, tables_.span);
+            if (open == kPixelStarts && AllZero(bad)) {
+                Store(bytes, pattern->output);
+                return;
+            }
+            const std::uint64_t matched = CleanPixels(bad) & open;
+            out = Blend(out, pattern->output, ExpandPixels(matched));
+            open &= ~matched;
+        }
+        for (; open != 0; open &= open - 1) {
+            const auto at = static_cast<unsigned>(__builtin_ctzll(open));
+            PutPackedInto(out, at, SnapOne(tables_, bytes + at));
+        }
+        Store(bytes, out);
+    }
+
+private:
+    // White for a background pixel, its lattice colour's window for a near one, else none.
+    const Pattern* PatternFor(std::uint32_t sum) const {
+        if (AllBackground(sum)) {
+            return &white_;
+        }
+        const std::uint32_t position = sum & kPositionBits;
+        if (!NoneFar(sum) || tables_.position[position].low == kNoPattern) {
+            return nullptr;
+        }
+        return &near_[position];
+    }
+
+    static void PutPackedInto(Block& block, unsigned at, std::uint32_t colour) {
+        unsigned char bytes[kBlockBytes];
+        Store(bytes, block);
+        PutPacked(bytes + at, colour);
+        block = Load(bytes);
+    }
+
+    const SnapTables& tables_;
+    Pattern white_;
+    std::vector<Pattern> near_; // by lattice position
+};
+
+void SnapPixels(const SnapTables& tables, unsigned char* rgb, std::size_t pixels) {
+    BlockSnapper snapper(tables);
+    const std::size_t blocks = pixels / kBlockPixels;
+    for (std::size_t block = 0; block < blocks; ++block) {
+        snapper.Snap(rgb + block * kBlockBytes);
+    }
+    for (std::size_t at = blocks * kBlockBytes; at < pixels * kChannels; at += kChannels) {
+        PutPacked(rgb + at, SnapOne(tables, rgb + at));
+    }
+}
+
+} // namespace
+
+void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
+                         const std::vector<unsigned char>& inUse, unsigned char backgroundFloor,
+                         long maxSqError) {
+    if (width < 1 || height < 1 || rgb.empty() || inUse.size() != kLatticeSize ||
+        rgb.size() < ve_detail::RasterBytes(width, height)) {
+        return;
+    }
+    const SnapTables tables = BuildSnapTables(inUse, backgroundFloor, maxSqError);
+    SnapPixels(tables, rgb.data(),
+               static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+}
+
+} // namespace Velmora
