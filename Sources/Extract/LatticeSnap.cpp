@@ -24,6 +24,7 @@ namespace Velmora {
 namespace {
 
 constexpr std::size_t kChannels = 3;
+constexpr unsigned char kWhite = 255;
 
 // Per channel value, packed in one word: its share of the lattice position (bits 0-11),
 // whether it reaches the background floor (bit 12) and whether it lies further than `span`
@@ -235,66 +236,80 @@ bool AllZero(const Block& mask) {
     return (any[0] | any[1]) == 0;
 }
 
+#if defined(__SSE2__)
+std::uint64_t VectorBits(U8x16 mask) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(BitCast<__m128i>(mask)));
+}
+#else
 // Bit i set where byte i of eight mask bytes (each 0 or 0xFF) is set.
 std::uint64_t ByteBits(std::uint64_t bytes) {
     return ((bytes & 0x8080808080808080u) * 0x0002040810204081u) >> 56;
 }
 
 std::uint64_t VectorBits(U8x16 mask) {
-#if defined(__SSE2__)
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(BitCast<__m128i>(mask)));
-#endif
     const U64x2 halves = BitCast<U64x2>(mask);
     return ByteBits(halves[0]) | (ByteBits(halves[1]) << 8);
+}
+#endif
+
+std::uint64_t MaskBits(const Block& mask) {
+    return VectorBits(mask.low) | (VectorBits(mask.mid) << 16) | (VectorBits(mask.high) << 32);
 }
 
 // The pixels (bit 3k) none of whose three bytes is set in `bad`.
 std::uint64_t CleanPixels(const Block& bad) {
-    const std::uint64_t bits =
-        VectorBits(bad.low) | (VectorBits(bad.mid) << 16) | (VectorBits(bad.high) << 32);
+    const std::uint64_t bits = MaskBits(bad);
     return ~(bits | (bits >> 1) | (bits >> 2)) & kPixelStarts;
 }
 
-struct ByteMasks {
-    std::array<std::uint64_t, 256> of{};
-    ByteMasks() {
-        for (std::size_t bits = 0; bits < of.size(); ++bits) {
-            for (std::size_t byte = 0; byte < 8; ++byte) {
-                of[bits] |= ((bits >> byte) & 1) != 0 ? std::uint64_t{0xFF} << (8 * byte) : 0;
-            }
+// Bytes [from, to) of a block set, the others clear.
+Block ByteRange(unsigned from, unsigned to) {
+    const U8x16 iota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const U8x16 begin = Splat(static_cast<unsigned char>(from));
+    const U8x16 end = Splat(static_cast<unsigned char>(to));
+    const auto range = [&](unsigned char offset) {
+        const U8x16 at = iota + offset;
+        return BitCast<U8x16>(at >= begin) & BitCast<U8x16>(at < end);
+    };
+    return Block{range(0), range(16), range(32)};
+}
+
+constexpr std::array<std::uint64_t, 256> ByteMasks() {
+    std::array<std::uint64_t, 256> masks{};
+    for (std::size_t bits = 0; bits < masks.size(); ++bits) {
+        for (std::size_t byte = 0; byte < 8; ++byte) {
+            masks[bits] |= ((bits >> byte) & 1) != 0 ? std::uint64_t{0xFF} << (8 * byte) : 0;
         }
     }
-};
+    return masks;
+}
+
+constexpr std::array<std::uint64_t, 256> kByteMasks = ByteMasks();
 
 // 0xFF in every byte of the pixels set in `pixels` (bit 3k), 0 elsewhere.
 Block ExpandPixels(std::uint64_t pixels) {
-    static const ByteMasks masks;
     const std::uint64_t bytes = pixels | (pixels << 1) | (pixels << 2);
-    const auto eight = [&](int shift) { return masks.of[(bytes >> shift) & 0xFF]; };
+    const auto eight = [&](int shift) { return kByteMasks[(bytes >> shift) & 0xFF]; };
     return Block{Vector(eight(0), eight(8)), Vector(eight(16), eight(24)),
                  Vector(eight(32), eight(40))};
 }
 
-// One pattern: what its pixels become, and the lower end of its window.
+// One pattern: the window [low, low + size) (modulo 256) that each byte must lie in, and what
+// the pixels whose three bytes all do become. A size of 0 matches nothing.
 struct Pattern {
     Block low;
     Block output;
+    U8x16 size{};
 };
 
-U8x16 Outside(U8x16 bytes, U8x16 low, U8x16 width) {
-    return BitCast<U8x16>(static_cast<U8x16>(bytes - low) > width);
+U8x16 Outside(U8x16 bytes, U8x16 low, U8x16 size) {
+    return BitCast<U8x16>(static_cast<U8x16>(bytes - low) >= size);
 }
 
-Block OutsideSpan(const Block& in, const Pattern& pattern, unsigned char span) {
-    const U8x16 width = Splat(static_cast<unsigned char>(2 * span));
-    return Block{Outside(in.low, pattern.low.low, width), Outside(in.mid, pattern.low.mid, width),
-                 Outside(in.high, pattern.low.high, width)};
-}
-
-Block BelowFloor(const Block& in, unsigned char backgroundFloor) {
-    const U8x16 floor = Splat(backgroundFloor);
-    return Block{BitCast<U8x16>(in.low < floor), BitCast<U8x16>(in.mid < floor),
-                 BitCast<U8x16>(in.high < floor)};
+Block Mismatch(const Block& in, const Pattern& pattern) {
+    return Block{Outside(in.low, pattern.low.low, pattern.size),
+                 Outside(in.mid, pattern.low.mid, pattern.size),
+                 Outside(in.high, pattern.low.high, pattern.size)};
 }
 
 U8x16 Select(U8x16 into, U8x16 from, U8x16 mask) {
@@ -306,59 +321,90 @@ Block Blend(const Block& into, const Block& from, const Block& mask) {
                  Select(into.high, from.high, mask.high)};
 }
 
-class BlockSnapper {
-public:
-    explicit BlockSnapper(const SnapTables& tables) : tables_(tables), near_(kLatticeSize) {
-        white_.output = Repeat(kPackedWhite);
-        for (std::size_t position = 0; position < near_.size(); ++position) {
-            const PositionEntry& entry = tables_.position[position];
-            if (entry.low != kNoPattern) {
-                near_[position] = Pattern{Repeat(entry.low), Repeat(entry.output)};
-            }
+unsigned PixelStart(unsigned byte) {
+    return byte / 3 * 3;
+}
+
+constexpr unsigned kLastPixelAt = kBlockBytes - kChannels;
+constexpr std::uint32_t kWhitePattern = kLatticeSize;
+constexpr std::uint32_t kNoMatch = kLatticeSize + 1;
+
+// Patterns by lattice position, then white, then one that matches nothing.
+std::vector<Pattern> BuildPatterns(const SnapTables& tables) {
+    std::vector<Pattern> patterns(kLatticeSize + 2);
+    const U8x16 nearSize = Splat(static_cast<unsigned char>(2 * tables.span + 1));
+    for (std::size_t position = 0; position < kLatticeSize; ++position) {
+        const PositionEntry& entry = tables.position[position];
+        if (entry.low != kNoPattern) {
+            patterns[position] = Pattern{Repeat(entry.low), Repeat(entry.output), nearSize};
         }
     }
+    // Every byte from the floor up; a floor of 0 never gets here.
+    patterns[kWhitePattern] =
+        Pattern{Repeat(tables.backgroundFloor * 0x010101u), Repeat(kPackedWhite),
+                Splat(static_cast<unsigned char>(256 - tables.backgroundFloor))};
+    return patterns;
+}
 
-    void Snap(unsigned char* bytes) const {
+class BlockSnapper {
+public:
+    explicit BlockSnapper(const SnapTables& tables)
+        : tables_(tables), patterns_(BuildPatterns(tables)), current_(&patterns_[kWhitePattern]) {}
+
+    // Most blocks fit the pattern that the block before ended with. Most others start with it
+    // and end with the pattern of their last pixel; what lies between goes pattern by pattern.
+    void Snap(unsigned char* bytes) {
         const Block in = Load(bytes);
-        Block out = in;
-        std::uint64_t open = kPixelStarts;
-        for (int round = 0; open != 0 && round < kMaxRounds; ++round) {
-            const auto first = static_cast<unsigned>(__builtin_ctzll(open));
-            const std::uint32_t sum = ChannelSum(tables_, bytes + first);
-            const Pattern* pattern = PatternFor(sum);
-            if (pattern == nullptr) {
-                PutPackedInto(out, first, SnapOne(tables_, bytes + first));
-                open &= ~(std::uint64_t{1} << first);
-                continue;
-            }
-            const Block bad = AllBackground(sum) ? BelowFloor(in, tables_.backgroundFloor)
-                                                 : OutsideSpan(in, *pattern, tables_.span);
-            if (open == kPixelStarts && AllZero(bad)) {
-                Store(bytes, pattern->output);
-                return;
-            }
-            const std::uint64_t matched = CleanPixels(bad) & open;
-            out = Blend(out, pattern->output, ExpandPixels(matched));
-            open &= ~matched;
+        const Pattern& last = patterns_[PatternOf(bytes + kLastPixelAt)];
+        const Block bad = Mismatch(in, *current_);
+        if (AllZero(bad)) {
+            Store(bytes, current_->output);
+            return;
         }
-        for (; open != 0; open &= open - 1) {
-            const auto at = static_cast<unsigned>(__builtin_ctzll(open));
-            PutPackedInto(out, at, SnapOne(tables_, bytes + at));
+        // Bytes [0, head) fit the current pattern, bytes [tail, 48) that of the last pixel.
+        const unsigned head = PixelStart(static_cast<unsigned>(__builtin_ctzll(MaskBits(bad))));
+        const std::uint64_t lastBad = MaskBits(Mismatch(in, last));
+        const unsigned tail =
+            lastBad == 0 ? 0 : PixelStart(63 - static_cast<unsigned>(__builtin_clzll(lastBad))) + 3;
+        Block out = Blend(in, last.output, ByteRange(tail, kBlockBytes));
+        out = Blend(out, current_->output, ByteRange(0, head));
+        current_ = tail < kBlockBytes ? &last : current_;
+        if (head < tail) {
+            const std::uint64_t below = (std::uint64_t{1} << tail) - 1;
+            const std::uint64_t above = ~((std::uint64_t{1} << head) - 1);
+            SnapBetween(bytes, in, kPixelStarts & below & above, out);
         }
         Store(bytes, out);
     }
 
 private:
-    // White for a background pixel, its lattice colour's window for a near one, else none.
-    const Pattern* PatternFor(std::uint32_t sum) const {
-        if (AllBackground(sum)) {
-            return &white_;
+    // White for a background pixel, its lattice colour's window for a near one, else none;
+    // chosen without branches, as neighbouring pixels often differ.
+    std::uint32_t PatternOf(const unsigned char* pixel) const {
+        const std::uint32_t sum = ChannelSum(tables_, pixel);
+        const std::uint32_t near = NoneFar(sum) ? sum & kPositionBits : kNoMatch;
+        return AllBackground(sum) ? kWhitePattern : near;
+    }
+
+    // Pattern by pattern, from the first open pixel; a pixel that fits none, and whatever is
+    // left after a few patterns, alone.
+    void SnapBetween(const unsigned char* bytes, const Block& in, std::uint64_t open,
+                     Block& out) const {
+        for (int round = 0; open != 0 && round < kMaxRounds; ++round) {
+            const auto first = static_cast<unsigned>(__builtin_ctzll(open));
+            const Pattern& pattern = patterns_[PatternOf(bytes + first)];
+            const std::uint64_t matched = CleanPixels(Mismatch(in, pattern)) & open;
+            out = Blend(out, pattern.output, ExpandPixels(matched));
+            open &= ~matched;
+            if ((matched >> first & 1) == 0) {
+                PutPackedInto(out, first, SnapOne(tables_, bytes + first));
+                open &= ~(std::uint64_t{1} << first);
+            }
         }
-        const std::uint32_t position = sum & kPositionBits;
-        if (!NoneFar(sum) || tables_.position[position].low == kNoPattern) {
-            return nullptr;
+        for (; open != 0; open &= open - 1) {
+            const auto at = static_cast<unsigned>(__builtin_ctzll(open));
+            PutPackedInto(out, at, SnapOne(tables_, bytes + at));
         }
-        return &near_[position];
     }
 
     static void PutPackedInto(Block& block, unsigned at, std::uint32_t colour) {
@@ -369,8 +415,8 @@ private:
     }
 
     const SnapTables& tables_;
-    Pattern white_;
-    std::vector<Pattern> near_; // by lattice position
+    const std::vector<Pattern> patterns_;
+    const Pattern* current_; // the pattern the last block ended with
 };
 
 void SnapPixels(const SnapTables& tables, unsigned char* rgb, std::size_t pixels) {
@@ -391,6 +437,10 @@ void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
                          long maxSqError) {
     if (width < 1 || height < 1 || rgb.empty() || inUse.size() != kLatticeSize ||
         rgb.size() < ve_detail::RasterBytes(width, height)) {
+        return;
+    }
+    if (backgroundFloor == 0) {
+        std::fill_n(rgb.begin(), ve_detail::RasterBytes(width, height), kWhite);
         return;
     }
     const SnapTables tables = BuildSnapTables(inUse, backgroundFloor, maxSqError);
