@@ -95,7 +95,7 @@ int WidestSafeSpan() {
 
 // Within `span` of its level in every channel, a pixel's error is at most 3 * span^2.
 unsigned char SpanForLimit(long maxSqError) {
-    const int widest = WidestSafeSpan();
+    static const int widest = WidestSafeSpan();
     int span = 0;
     while (span < widest && (maxSqError < 0 || 3L * (span + 1) * (span + 1) <= maxSqError)) {
         ++span;
@@ -103,12 +103,28 @@ unsigned char SpanForLimit(long maxSqError) {
     return static_cast<unsigned char>(span);
 }
 
+// What LatticeIndexForColor says of every channel value: the same for every call.
+struct ChannelProbes {
+    std::array<std::array<std::uint32_t, 256>, kChannels> position{};
+    std::array<std::array<long, 256>, kChannels> sqError{};
+    ChannelProbes() {
+        for (std::size_t channel = 0; channel < kChannels; ++channel) {
+            for (std::size_t value = 0; value < 256; ++value) {
+                position[channel][value] =
+                    ProbeChannel(channel, static_cast<int>(value), sqError[channel][value]);
+            }
+        }
+    }
+};
+
 void BuildChannelTables(SnapTables& tables) {
+    static const ChannelProbes probes;
     const long farError = long{tables.span} * tables.span;
     for (std::size_t channel = 0; channel < kChannels; ++channel) {
         for (int value = 0; value < 256; ++value) {
-            long sqError = 0;
-            const std::uint32_t position = ProbeChannel(channel, value, sqError);
+            const long sqError = probes.sqError[channel][static_cast<std::size_t>(value)];
+            const std::uint32_t position =
+                probes.position[channel][static_cast<std::size_t>(value)];
             const std::uint32_t background = value >= tables.backgroundFloor ? 1 : 0;
             const std::uint32_t far = sqError > farError ? 1 : 0;
             tables.channel[channel][static_cast<std::size_t>(value)] =
@@ -118,10 +134,18 @@ void BuildChannelTables(SnapTables& tables) {
     }
 }
 
+// The colour of every lattice index: the same for every call.
+std::array<Rgb8, kLatticeSize> LatticeColours() {
+    std::array<Rgb8, kLatticeSize> colours{};
+    for (int index = 0; index < kLatticeSize; ++index) {
+        colours[static_cast<std::size_t>(index)] = ColorForIndex(index);
+    }
+    return colours;
+}
+
 // A pattern is usable only where no pixel inside it can be background: its darkest channel
 // plus the span stays below the floor.
-PositionEntry PositionEntryFor(int index, bool inUse, const SnapTables& tables) {
-    const Rgb8 colour = ColorForIndex(index);
+PositionEntry PositionEntryFor(Rgb8 colour, bool inUse, const SnapTables& tables) {
     PositionEntry entry;
     entry.output = inUse ? Pack(colour) : kPackedWhite;
     if (std::min({colour.r, colour.g, colour.b}) + tables.span < tables.backgroundFloor) {
@@ -139,9 +163,11 @@ SnapTables BuildSnapTables(const std::vector<unsigned char>& inUse, unsigned cha
     tables.backgroundFloor = backgroundFloor;
     tables.span = SpanForLimit(maxSqError);
     BuildChannelTables(tables);
+    static const std::array<Rgb8, kLatticeSize> colours = LatticeColours();
     for (int index = 0; index < kLatticeSize; ++index) {
+        const auto at = static_cast<std::size_t>(index);
         tables.position[PositionOfIndex(index)] =
-            PositionEntryFor(index, inUse[static_cast<std::size_t>(index)] != 0, tables);
+            PositionEntryFor(colours[at], inUse[at] != 0, tables);
     }
     // The error never exceeds 3 * 15^2, so any larger limit, or none, is the same as 0xFFFF.
     constexpr long kNoLimit = 0xFFFF;
@@ -262,16 +288,20 @@ std::uint64_t CleanPixels(const Block& bad) {
     return ~(bits | (bits >> 1) | (bits >> 2)) & kPixelStarts;
 }
 
-// Bytes [from, to) of a block set, the others clear.
-Block ByteRange(unsigned from, unsigned to) {
-    const U8x16 iota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-    const U8x16 begin = Splat(static_cast<unsigned char>(from));
-    const U8x16 end = Splat(static_cast<unsigned char>(to));
-    const auto range = [&](unsigned char offset) {
-        const U8x16 at = iota + offset;
-        return BitCast<U8x16>(at >= begin) & BitCast<U8x16>(at < end);
-    };
-    return Block{range(0), range(16), range(32)};
+// 48 set bytes then 48 clear ones: the 48 bytes from offset 48 - n have the first n set.
+constexpr std::array<unsigned char, 2 * kBlockBytes> Window() {
+    std::array<unsigned char, 2 * kBlockBytes> window{};
+    for (std::size_t at = 0; at < kBlockBytes; ++at) {
+        window[at] = 0xFF;
+    }
+    return window;
+}
+
+constexpr std::array<unsigned char, 2 * kBlockBytes> kWindow = Window();
+
+// The first `count` bytes of a block set, the others clear.
+Block FirstBytes(unsigned count) {
+    return Load(kWindow.data() + kBlockBytes - count);
 }
 
 constexpr std::array<std::uint64_t, 256> ByteMasks() {
@@ -366,8 +396,8 @@ public:
         const std::uint64_t lastBad = MaskBits(Mismatch(in, last));
         const unsigned tail =
             lastBad == 0 ? 0 : PixelStart(63 - static_cast<unsigned>(__builtin_clzll(lastBad))) + 3;
-        Block out = Blend(in, last.output, ByteRange(tail, kBlockBytes));
-        out = Blend(out, current_->output, ByteRange(0, head));
+        Block out = Blend(last.output, in, FirstBytes(tail));
+        out = Blend(out, current_->output, FirstBytes(head));
         current_ = tail < kBlockBytes ? &last : current_;
         if (head < tail) {
             const std::uint64_t below = (std::uint64_t{1} << tail) - 1;
