@@ -385,12 +385,12 @@ public:
     // and end with the pattern of their last pixel; what lies between goes pattern by pattern.
     void Snap(unsigned char* bytes) {
         const Block in = Load(bytes);
-        const Pattern& last = patterns_[PatternOf(bytes + kLastPixelAt)];
         const Block bad = Mismatch(in, *current_);
         if (AllZero(bad)) {
             Store(bytes, current_->output);
             return;
         }
+        const Pattern& last = patterns_[PatternOf(bytes + kLastPixelAt)];
         // Bytes [0, head) fit the current pattern, bytes [tail, 48) that of the last pixel.
         const unsigned head = PixelStart(static_cast<unsigned>(__builtin_ctzll(MaskBits(bad))));
         const std::uint64_t lastBad = MaskBits(Mismatch(in, last));
@@ -398,7 +398,8 @@ public:
             lastBad == 0 ? 0 : PixelStart(63 - static_cast<unsigned>(__builtin_clzll(lastBad))) + 3;
         Block out = Blend(last.output, in, FirstBytes(tail));
         out = Blend(out, current_->output, FirstBytes(head));
-        current_ = tail < kBlockBytes ? &last : current_;
+        // Taken even when it matched nothing: waiting for the match would hold up the next block.
+        current_ = &last;
         if (head < tail) {
             const std::uint64_t below = (std::uint64_t{1} << tail) - 1;
             const std::uint64_t above = ~((std::uint64_t{1} << head) - 1);
@@ -446,7 +447,7 @@ private:
 
     const SnapTables& tables_;
     const std::vector<Pattern> patterns_;
-    const Pattern* current_; // the pattern the last block ended with
+    const Pattern* current_; // the pattern of the last pixel of the last mixed block
 };
 
 void SnapPixels(const SnapTables& tables, unsigned char* rgb, std::size_t pixels) {
