@@ -1,12 +1,13 @@
 // Snaps a recovered mask onto the lattice colours in use, 16 pixels (48 bytes) at a time.
 //
 // A mask is mostly runs of one lattice colour with a little jitter, and white. So a block is
-// matched against whole patterns in 16-byte vectors: "every channel within `span` of the lattice
-// colour that its first unresolved pixel snaps to" (all such pixels share that colour's position,
-// pass the error limit and cannot be background, so they all get its output), or "every channel
-// at least the floor" (white). Matching pixels take the pattern's output; the rest try the next
-// pattern; a pixel that fits none, or what is left after a few patterns, is snapped alone through
-// the per-channel tables. Only the first pixel of each pattern needs a look-up.
+// tested in 16-byte vectors against a whole pattern: "every channel within `span` of one lattice
+// colour" (such pixels all share that colour's position, pass the error limit and cannot be
+// background, so they all take its output), or "every channel at least the floor" (white). Most
+// blocks fit the pattern the run before them had; a mixed block takes its start from that
+// pattern and its end from the pattern of its last pixel, and whatever lies between goes pattern
+// by pattern, a pixel that fits none alone through the per-channel tables. So only the first
+// pixel of a run needs a look-up, and the in-use set is never gathered per pixel.
 #include "Extract/CategoryPalette.hpp"
 #include "Extract/Raster.hpp"
 
