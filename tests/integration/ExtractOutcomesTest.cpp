@@ -20,7 +20,7 @@ constexpr char kFreshToken[] = "fresh-token";
 struct OutcomeCase {
     char const* name;
     std::string serviceFault; // empty: none
-    bool handOverToken;       // the page hands a fresh token over once a 401 arrived
+    bool handOverToken;       // the page hands "fresh-token" over once a 401 arrived
     std::vector<int> statuses;
     std::string message;
     std::string logLine; // empty: none required
@@ -34,7 +34,7 @@ std::vector<OutcomeCase> const kOutcomes = {
      "Velmora: upload complete. The new scene will appear in the panel.",
      ""},
     {"AuthAfterRetry",
-     "/extractions-upload=401-once,count=2,acceptToken=fresh-token",
+     "/extractions-upload=401-once,acceptToken=another-token",
      true,
      {401, 401},
      "Velmora: upload rejected - you are not signed in. Sign in via the Velmora panel and try "

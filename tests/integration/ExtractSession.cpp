@@ -161,7 +161,8 @@ std::vector<int> ExtractSession::ServiceStatuses() const {
     std::vector<int> statuses;
     if (!answer || answer->status != 200)
         return statuses;
-    for (nlohmann::json const& request : nlohmann::json::parse(answer->body)["requests"])
+    nlohmann::json const log = nlohmann::json::parse(answer->body);
+    for (nlohmann::json const& request : log["requests"])
         statuses.push_back(request["status"].get<int>());
     return statuses;
 }
