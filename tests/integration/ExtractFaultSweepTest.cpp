@@ -82,7 +82,7 @@ bool SweepOne(ExtractSetup setup, FaultPoint const& point, bool raise) {
         return false;
     }
     WindowState const before = StateOf(session.Host());
-    bool const settled = session.Extract();
+    bool const settled = session.Extract({}, std::chrono::seconds(15));
     WindowState const after = StateOf(session.Host());
     int const failures =
         testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
