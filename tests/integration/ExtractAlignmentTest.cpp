@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <ostream>
 #include <set>
 
 namespace Velmora::Testing {
@@ -159,6 +160,10 @@ struct AlignmentCase {
     char const* mode;
     bool splitInstances;
 };
+
+void PrintTo(AlignmentCase const& c, std::ostream* out) {
+    *out << c.mode;
+}
 
 class ExtractAlignment : public testing::TestWithParam<AlignmentCase> {};
 
