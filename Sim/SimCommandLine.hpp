@@ -18,6 +18,7 @@ struct SimAction {
         Extract,
         Export,
         Wait,
+        Page,
         ShowMenus,
         ShowPaths,
         PrintSettings,
@@ -29,6 +30,8 @@ struct SimAction {
     int item = 0;
     std::string triggerName;
     int waitMs = 0;
+    std::string pageFunction;                // page:FUNCTION[:ARG]
+    std::optional<std::string> pageArgument; // passed as a JS string; none: no argument
 };
 
 struct SimCommandLine {
