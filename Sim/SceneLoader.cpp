@@ -561,6 +561,10 @@ std::optional<Scene> ParseScene(std::string const& text, std::string const& name
         error = name + ":" + std::to_string(LineOf(text, e.byte)) +
                 ": not valid JSON: " + ParseErrorText(e);
         return std::nullopt;
+    } catch (json::exception const& e) {
+        // A number too large for a double (2e410) is refused while parsing, not as syntax.
+        error = name + ": not valid JSON: " + e.what();
+        return std::nullopt;
     }
     try {
         return ReadScene(document, name);

@@ -40,6 +40,8 @@ TEST(SceneLoaderTest, MalformedScenesNameTheFilePlaceAndFault) {
         {"parse error without its line", "{\n \"project\": {},\n \"materials\": [,]\n}",
          "bad.json:3: not valid JSON: syntax error"},
         {"empty file accepted", "", "bad.json:1: not valid JSON"},
+        {"number overflow escapes as an exception", "{\"project\": 2e410}",
+         "bad.json: not valid JSON"},
         {"wrong type not located", WithElement(R"({"type": "wall", "in3D": "yes"})"),
          "bad.json: /elements/0/in3D: expected true or false, found string"},
         {"colour of wrong type",
