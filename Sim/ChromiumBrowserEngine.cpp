@@ -145,8 +145,9 @@ std::future<BrowserDriverReply> ChromiumBrowserEngine::WaitUntil(std::string con
     return Request("wait", "script", script, timeoutMs);
 }
 
-std::future<BrowserDriverReply> ChromiumBrowserEngine::Click(std::string const& selector) {
-    return Request("click", "selector", selector);
+std::future<BrowserDriverReply> ChromiumBrowserEngine::Click(std::string const& selector,
+                                                             int timeoutMs) {
+    return Request("click", "selector", selector, timeoutMs);
 }
 
 std::future<BrowserDriverReply> ChromiumBrowserEngine::Reload() {

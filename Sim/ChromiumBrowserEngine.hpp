@@ -43,7 +43,7 @@ public:
     // done it; a page call made meanwhile still needs the host's main thread to run.
     std::future<BrowserDriverReply> Evaluate(std::string const& script);
     std::future<BrowserDriverReply> WaitUntil(std::string const& script, int timeoutMs);
-    std::future<BrowserDriverReply> Click(std::string const& selector);
+    std::future<BrowserDriverReply> Click(std::string const& selector, int timeoutMs);
     std::future<BrowserDriverReply> Reload();
     std::future<BrowserDriverReply> Screenshot(std::string const& path);
 

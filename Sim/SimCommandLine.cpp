@@ -56,26 +56,31 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
     } else if (text.rfind("wait:", 0) == 0) {
         long ms = 0;
         if (ParseInt(text.substr(5), 0, 3600000, ms))
-            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms)};
+            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms), {}};
         else
             error = "bad wait action '" + text + "': expected wait:MILLISECONDS";
     } else if (text == "menus" || text.rfind("menus:", 0) == 0) {
         long menu = 0;
         if (text == "menus" || ParseInt(text.substr(6), 1, 32767, menu))
             action =
-                SimAction{SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0};
+                SimAction{SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0, {}};
         else
             error = "bad menus action '" + text + "': expected menus or menus:MENU";
     } else if (text == "extract") {
-        action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0, {}};
     } else if (text == "export") {
-        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0, {}};
     } else if (text == "paths") {
-        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0, {}};
     } else if (text == "print:settings") {
-        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0, {}};
     } else if (text == "print:log") {
-        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0, {}};
+    } else if (text == "print:token") {
+        action = SimAction{SimAction::Kind::PrintToken, text, 0, 0, {}, 0, {}};
+    } else if (text.rfind("browser:", 0) == 0) {
+        if (std::optional<BrowserAction> browser = ParseBrowserAction(text, error))
+            action = SimAction{SimAction::Kind::Browser, text, 0, 0, {}, 0, *browser};
     } else {
         error = "unknown action '" + text + "' (see --help)";
     }
@@ -134,6 +139,8 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
         bool windowOptionOk = true;
         if (arg == "-h" || arg == "--help") {
             line.help = true;
+        } else if (arg == "--browser") {
+            line.browser = true;
         } else if (TakeWindowOption(args, i, line.window, windowOptionOk, error)) {
             if (!windowOptionOk)
                 return std::nullopt;
@@ -152,6 +159,12 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
             if (!action)
                 return std::nullopt;
             line.actions.push_back(*action);
+        }
+    }
+    for (SimAction const& action : line.actions) {
+        if (action.kind == SimAction::Kind::Browser && !line.browser) {
+            error = action.text + " needs --browser";
+            return std::nullopt;
         }
     }
     return line;
@@ -180,7 +193,10 @@ Actions:
   paths                   print where settings.cfg and the log are
   print:settings          print the path and content of settings.cfg
   print:log               print the path and content of the add-on's log
-
+  print:token             print the add-on's auth token and its version
+                          (auth token: TOKEN (version N), or (none) when signed out)
+)" + BrowserActionsUsage() +
+           R"(
 Options:
   --home DIR              the HOME the add-on sees (default: a fresh temporary folder,
                           whose path is printed)
@@ -204,6 +220,8 @@ Options:
   --scene FILE            open the scene FILE as the project (see Sim/SceneFormat.md;
                           default: the built-in sample house)
   --token TOKEN           start signed in, as if the panel's page had handed TOKEN over
+  --browser               show the panel's page in Debian's Chromium, headless (needs
+                          node and tools/js/node_modules; see tools/setup.sh)
   --call-log FILE         write every host call, in order, to FILE
   -h, --help              show this help
 

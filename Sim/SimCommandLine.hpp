@@ -2,6 +2,7 @@
 // that a typo fails before anything is loaded.
 #pragma once
 
+#include "Sim/BrowserActions.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/SimWindowOptions.hpp"
 
@@ -21,7 +22,9 @@ struct SimAction {
         ShowMenus,
         ShowPaths,
         PrintSettings,
-        PrintLog
+        PrintLog,
+        PrintToken,
+        Browser
     };
     Kind kind = Kind::Wait;
     std::string text; // as given, for messages
@@ -29,6 +32,7 @@ struct SimAction {
     int item = 0;
     std::string triggerName;
     int waitMs = 0;
+    BrowserAction browser;
 };
 
 struct SimCommandLine {
@@ -41,6 +45,7 @@ struct SimCommandLine {
     std::string token;     // empty: signed out
     std::string sceneFile; // empty: the built-in sample building
     SimWindowOptions window;
+    bool browser = false; // the panel shows its page in a real (headless) Chromium
     std::vector<SimAction> actions;
 };
 

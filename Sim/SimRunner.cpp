@@ -4,6 +4,7 @@
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
+#include "Sim/ChromiumBrowserEngine.hpp"
 #include "Sim/SimHost.hpp"
 #include "SupportFolder.hpp"
 #include "TriggerFilePoller.hpp"
@@ -69,6 +70,8 @@ private:
     bool PrepareHome();
     bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
     bool DropTrigger(std::string const& name, AddOnSession& session);
+    bool LaunchBrowser();
+    bool DriveBrowser(SimAction const& action, AddOnSession& session);
     void WriteCallLog(SimHost& host) const;
 
     SimCommandLine const& line_;
@@ -76,6 +79,7 @@ private:
     std::ostream& err_;
     milliseconds settleTimeout_;
     std::string home_;
+    std::shared_ptr<ChromiumBrowserEngine> browser_; // with --browser, for the whole session
     bool usageError_ = false; // an action named something the add-on does not have
 };
 
@@ -121,6 +125,26 @@ bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
     return true;
 }
 
+bool Runner::LaunchBrowser() {
+    if (!line_.browser)
+        return true;
+    std::string error;
+    browser_ = ChromiumBrowserEngine::Launch(error);
+    if (!browser_)
+        err_ << "velmora-sim: --browser: " << error << "\n";
+    return browser_ != nullptr;
+}
+
+bool Runner::DriveBrowser(SimAction const& action, AddOnSession& session) {
+    std::string error;
+    auto const pump = [&session] { session.RunFor(milliseconds(20)); };
+    if (PerformBrowserAction(action.browser, *browser_, static_cast<int>(settleTimeout_.count()),
+                             pump, out_, error))
+        return true;
+    err_ << "velmora-sim: " << action.text << ": " << error << "\n";
+    return false;
+}
+
 bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
     switch (action.kind) {
     case SimAction::Kind::Menu: {
@@ -160,6 +184,14 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::PrintLog:
         PrintFile(out_, "log", SupportFolder() / "logs" / "velmora.log");
         return true;
+    case SimAction::Kind::PrintToken: {
+        std::string const token = Settings::Get().AuthToken();
+        out_ << "auth token: " << (token.empty() ? "(none)" : token) << " (version "
+             << Settings::Get().AuthTokenVersion() << ")" << std::endl;
+        return true;
+    }
+    case SimAction::Kind::Browser:
+        return DriveBrowser(action, session);
     }
     return true;
 }
@@ -179,7 +211,7 @@ void Runner::WriteCallLog(SimHost& host) const {
 }
 
 int Runner::Run() {
-    if (!PrepareHome())
+    if (!PrepareHome() || !LaunchBrowser())
         return 1;
     SimHostOptions options;
     options.hostFolder = line_.hostFolder.empty() ? home_ + "/.velmora-sim-host" : line_.hostFolder;

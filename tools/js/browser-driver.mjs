@@ -8,7 +8,7 @@
 //   {"op": "register", "name", "functions"}    window.NAME.FUNCTION(arg) -> add-on, every document
 //   {"op": "eval", "script"}                   run a script, reply with its (awaited) value
 //   {"op": "wait", "script", "timeoutMs"}      reply once the script's value is truthy
-//   {"op": "click", "selector"}                click an element as a user would
+//   {"op": "click", "selector", "timeoutMs"}   click an element as a user would
 //   {"op": "reload"}                           reload; replies once the new document is committed
 //   {"op": "screenshot", "path"}               save the viewport as PNG
 //   {"op": "result", "call", "value"}          the add-on's JSON answer to a page call
@@ -29,6 +29,11 @@ const kChromiumArgs = [
 // The palette's panel size.
 const kViewport = { width: 440, height: 720 };
 const kPollMs = 100;
+
+// Playwright's messages go on with a coloured call log; the first line says what happened.
+function firstLine(error) {
+  return String(error?.message ?? error).split('\n')[0];
+}
 
 function send(message) {
   process.stdout.write(JSON.stringify(message) + '\n');
@@ -110,7 +115,7 @@ class Driver {
         send({ reply: message.id, ok: true, value: JSON.stringify(value ?? null) });
     } catch (error) {
       if (message.id !== undefined)
-        send({ reply: message.id, ok: false, error: String(error?.message ?? error) });
+        send({ reply: message.id, ok: false, error: firstLine(error) });
     }
   }
 
@@ -135,7 +140,8 @@ class Driver {
       case 'wait':
         return this.waitFor(message.script, message.timeoutMs ?? 30000);
       case 'click':
-        return this.page.click(message.selector, { timeout: 30000 }).then(() => true);
+        return this.page.click(message.selector, { timeout: message.timeoutMs ?? 30000 })
+          .then(() => true);
       case 'reload':
         return this.page.reload({ waitUntil: 'commit' }).then(() => true);
       case 'screenshot':
@@ -183,7 +189,7 @@ class Driver {
           return value;
         lastError = `still ${JSON.stringify(value ?? null)}`;
       } catch (error) {
-        lastError = String(error?.message ?? error); // e.g. a document being replaced
+        lastError = firstLine(error); // e.g. a document being replaced
       }
       await new Promise((resolve) => setTimeout(resolve, kPollMs));
     }
@@ -212,7 +218,7 @@ async function main() {
     const page = await browser.newPage({ viewport: kViewport });
     driver = new Driver(browser, page);
   } catch (error) {
-    send({ event: 'failed', error: String(error?.message ?? error) });
+    send({ event: 'failed', error: firstLine(error) });
     if (browser)
       await browser.close().catch(() => {});
     process.exit(1);
