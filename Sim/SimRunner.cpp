@@ -5,6 +5,7 @@
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/ChromiumBrowserEngine.hpp"
+#include "Sim/SharedBrowserEngine.hpp"
 #include "Sim/SimHost.hpp"
 #include "SupportFolder.hpp"
 #include "TriggerFilePoller.hpp"
@@ -218,6 +219,11 @@ int Runner::Run() {
     options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
     options.scenePath = line_.sceneFile;
     options.window = line_.window;
+    if (browser_) {
+        options.makeBrowserEngine = [engine = browser_] {
+            return std::make_unique<SharedBrowserEngine>(engine);
+        };
+    }
     SimHost host(options);
     std::string error;
     if (!host.LoadScene(error)) {
