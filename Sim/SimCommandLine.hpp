@@ -19,6 +19,7 @@ struct SimAction {
         Extract,
         Export,
         Wait,
+        Page,
         ShowMenus,
         ShowPaths,
         PrintSettings,
@@ -32,6 +33,8 @@ struct SimAction {
     int item = 0;
     std::string triggerName;
     int waitMs = 0;
+    std::string pageFunction;                // page:FUNCTION[:ARG]
+    std::optional<std::string> pageArgument; // passed as a JS string; none: no argument
     BrowserAction browser;
 };
 
