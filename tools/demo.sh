@@ -10,13 +10,13 @@ velmora_build "$VELMORA_ROOT/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_
 # port: show the panel, sign in, extract the view, and save a screenshot of the page.
 demo_browser() {
     velmora_install_npm
-    local home store log port="" pid
+    local home store log port=""
     home="$(mktemp -d)"
     store="$home/uploads"
     log="$home/devserver.log"
     "$VELMORA_ROOT/build/bin/velmora-devserver" --port 0 --store "$store" >"$log" 2>&1 &
-    pid=$!
-    trap 'kill "$pid" 2>/dev/null || true' EXIT
+    demo_devserver_pid=$!
+    trap 'kill "$demo_devserver_pid" 2>/dev/null || true' EXIT
     for _ in $(seq 100); do
         port=$(sed -n 's/^listening: http:\/\/127.0.0.1:\([0-9]*\)$/\1/p' "$log")
         [[ -n "$port" ]] && break
