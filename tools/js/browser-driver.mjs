@@ -44,7 +44,6 @@ function send(message) {
 function defineBridgeObject({ name, functions, prefix }) {
   const object = {};
   for (const fn of functions) {
-    const binding = window[prefix + fn];
     object[fn] = (argument) => {
       let text = 'null';
       try {
@@ -52,7 +51,7 @@ function defineBridgeObject({ name, functions, prefix }) {
       } catch (error) {
         text = 'null';
       }
-      return binding(text).then((answer) => {
+      return window[prefix + fn](text).then((answer) => {
         try {
           return JSON.parse(answer);
         } catch (error) {
