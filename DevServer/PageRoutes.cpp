@@ -11,7 +11,7 @@ namespace {
 
 constexpr char const* kSignedInEmail = "architect@example.com";
 // A held page request never outlives this, so that a forgotten release cannot hang a test.
-constexpr auto kLongestHold = std::chrono::seconds(30);
+constexpr auto kLongestHold = std::chrono::seconds(120);
 
 PageFile const* FindPageFile(std::string const& name) {
     for (PageFile const& file : PageFiles()) {

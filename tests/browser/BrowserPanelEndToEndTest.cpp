@@ -60,7 +60,7 @@ protected:
 
     SimRun Run(std::vector<std::string> actions) {
         actions.insert(actions.begin(),
-                       {"--home", home.Path().string(), "--browser", "--settle-timeout", "60",
+                       {"--home", home.Path().string(), "--browser", "--settle-timeout", "120",
                         "menu:32500:1", kPageReady, "browser:click:#sign-in", kAddOnHasToken});
         return RunVelmoraSim(actions);
     }
