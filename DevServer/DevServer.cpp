@@ -42,6 +42,7 @@ int DevServer::Start() {
 }
 
 void DevServer::Stop() {
+    state_.hold.Close(); // a held page request would keep the server from stopping
     server_.stop();
     if (listener_.joinable())
         listener_.join();

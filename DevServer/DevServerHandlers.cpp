@@ -1,6 +1,7 @@
 #include "DevServer/DevServerHandlers.hpp"
 
 #include "DevServer/ConnectionDrop.hpp"
+#include "DevServer/PageRoutes.hpp"
 #include "DevServer/Validators.hpp"
 
 #include <chrono>
@@ -15,9 +16,6 @@ using nlohmann::json;
 constexpr char const* kExtractionPath = "/extractions-upload";
 constexpr char const* kModelPath = "/models-uploadFromPlugin";
 constexpr char const* kGlbContentType = "model/gltf-binary";
-constexpr char const* kHomePage =
-    "<!doctype html><title>velmora-devserver</title><p>velmora-devserver: the Velmora "
-    "reference service</p>\n";
 
 // One request as the handlers see it, with the log entry they fill in.
 struct Exchange {
@@ -254,6 +252,7 @@ void InstallControlRoutes(httplib::Server& server, ServiceState& state) {
     server.Post("/_control/reset", Logged(state, [&state](Exchange& exchange) {
                     state.faults.Reset(state.runFaults);
                     state.log.Clear();
+                    state.hold.Release();
                     Reply(exchange, 200, {{"reset", true}});
                 }));
 }
@@ -272,10 +271,7 @@ void InstallRoutes(httplib::Server& server, ServiceState& state) {
               [&state, &reader](Exchange& exchange) { HandleUpload(state, exchange, reader); });
     });
     InstallControlRoutes(server, state);
-    server.Get("/", Logged(state, [](Exchange& exchange) {
-                   exchange.response.status = 200;
-                   exchange.response.set_content(kHomePage, "text/html");
-               }));
+    InstallPageRoutes(server, state);
     auto const notFound = Logged(state, [](Exchange& exchange) {
         Fail(exchange, 404, "no such endpoint: " + exchange.request.path);
     });

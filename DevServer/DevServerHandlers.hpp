@@ -1,8 +1,10 @@
-// The routes of the reference service: the upload contract, the control endpoints and a page.
+// The routes of the reference service: the upload contract, the control endpoints and the
+// web app.
 #pragma once
 
 #include "DevServer/DevServerCommandLine.hpp"
 #include "DevServer/FaultPlan.hpp"
+#include "DevServer/PageHold.hpp"
 #include "DevServer/RequestLog.hpp"
 #include "DevServer/UploadSignature.hpp"
 #include "DevServer/UploadStore.hpp"
@@ -25,6 +27,7 @@ struct ServiceState {
     RequestLog log;
     UploadStore store;
     UploadSignature signature;
+    PageHold hold;
     std::atomic<int> port{0}; // set once bound, before the first request
 };
 

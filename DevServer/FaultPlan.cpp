@@ -183,6 +183,11 @@ bool FaultPlan::AcceptsToken(std::string const& token) const {
     return !token.empty() && token == token_;
 }
 
+std::string FaultPlan::AcceptedToken() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return token_;
+}
+
 void FaultPlan::Reset(std::vector<Fault> const& runFaults) {
     std::lock_guard<std::mutex> lock(mutex_);
     faults_ = runFaults;

@@ -59,6 +59,7 @@ public:
     // the accepted token to its acceptToken as it fires.
     std::optional<Fault> Take(std::string const& path, std::string const& phase);
     bool AcceptsToken(std::string const& token) const;
+    std::string AcceptedToken() const;
     // Clears every fault and restores the token the server started with.
     void Reset(std::vector<Fault> const& runFaults);
     std::size_t Size() const;

@@ -38,6 +38,8 @@ nlohmann::json UploadStore::SaveExtraction(ExtractionUpload const& upload) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         id = Numbered("extraction", ++extractions_);
+        lastJpeg_ = upload.jpeg;
+        lastPng_ = upload.hasMask ? upload.png : std::string();
     }
     nlohmann::json files = nlohmann::json::array({id + ".jpg"});
     if (upload.hasMask)
@@ -60,6 +62,12 @@ ModelRecord UploadStore::BeginModel(nlohmann::json const& begin) {
     modelIdByKey_[record.key] = record.modelId;
     WriteRecord(record);
     return record;
+}
+
+void UploadStore::LastExtraction(std::string& jpeg, std::string& png) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    jpeg = lastJpeg_;
+    png = lastPng_;
 }
 
 bool UploadStore::KnowsKey(std::string const& key) const {

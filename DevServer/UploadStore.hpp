@@ -34,6 +34,9 @@ public:
     bool KnowsKey(std::string const& key) const;
     void SaveModelFile(std::string const& key, std::string const& bytes, bool hadAuthorization);
     ConfirmState ConfirmModel(std::string const& modelId, ModelRecord& record);
+    // The images of the last accepted extraction (png empty without a mask; both empty
+    // before the first).
+    void LastExtraction(std::string& jpeg, std::string& png) const;
 
 private:
     void WriteFile(std::string const& name, std::string const& bytes) const;
@@ -42,6 +45,8 @@ private:
     std::string const folder_;
     mutable std::mutex mutex_;
     int extractions_ = 0;
+    std::string lastJpeg_;
+    std::string lastPng_;
     int models_ = 0;
     std::map<std::string, ModelRecord> modelsById_;
     std::map<std::string, std::string> modelIdByKey_;

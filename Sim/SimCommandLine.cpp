@@ -77,6 +77,7 @@ std::map<std::string, SimAction::Kind> const kWordActions = {
     {"paths", SimAction::Kind::ShowPaths},
     {"print:settings", SimAction::Kind::PrintSettings},
     {"print:log", SimAction::Kind::PrintLog},
+    {"print:token", SimAction::Kind::PrintToken},
 };
 
 std::optional<SimAction> ParseAction(std::string const& text, std::string& error) {
@@ -108,6 +109,12 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
     } else if (auto const word = kWordActions.find(text); word != kWordActions.end()) {
         action = SimAction{};
         action->kind = word->second;
+    } else if (text.rfind("browser:", 0) == 0) {
+        if (std::optional<BrowserAction> browser = ParseBrowserAction(text, error)) {
+            action = SimAction{};
+            action->kind = SimAction::Kind::Browser;
+            action->browser = *browser;
+        }
     } else {
         error = "unknown action '" + text + "' (see --help)";
     }
@@ -166,6 +173,8 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
         bool windowOptionOk = true;
         if (arg == "-h" || arg == "--help") {
             line.help = true;
+        } else if (arg == "--browser") {
+            line.browser = true;
         } else if (TakeWindowOption(args, i, line.window, windowOptionOk, error)) {
             if (!windowOptionOk)
                 return std::nullopt;
@@ -184,6 +193,12 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
             if (!action)
                 return std::nullopt;
             line.actions.push_back(*action);
+        }
+    }
+    for (SimAction const& action : line.actions) {
+        if (action.kind == SimAction::Kind::Browser && !line.browser) {
+            error = action.text + " needs --browser";
+            return std::nullopt;
         }
     }
     return line;
@@ -221,7 +236,10 @@ Actions:
   paths                   print where settings.cfg and the log are
   print:settings          print the path and content of settings.cfg
   print:log               print the path and content of the add-on's log
-
+  print:token             print the add-on's auth token and its version
+                          (auth token: TOKEN (version N), or (none) when signed out)
+)" + BrowserActionsUsage() +
+           R"(
 Options:
   --home DIR              the HOME the add-on sees (default: a fresh temporary folder,
                           whose path is printed)
@@ -245,6 +263,8 @@ Options:
   --scene FILE            open the scene FILE as the project (see Sim/SceneFormat.md;
                           default: the built-in sample house)
   --token TOKEN           start signed in, as if the panel's page had handed TOKEN over
+  --browser               show the panel's page in Debian's Chromium, headless (needs
+                          node and tools/js/node_modules; see tools/setup.sh)
   --call-log FILE         write every host call, in order, to FILE
   -h, --help              show this help
 

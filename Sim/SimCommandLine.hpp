@@ -2,6 +2,7 @@
 // that a typo fails before anything is loaded.
 #pragma once
 
+#include "Sim/BrowserActions.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/SimWindowOptions.hpp"
 
@@ -23,7 +24,9 @@ struct SimAction {
         ShowMenus,
         ShowPaths,
         PrintSettings,
-        PrintLog
+        PrintLog,
+        PrintToken,
+        Browser
     };
     Kind kind = Kind::Wait;
     std::string text; // as given, for messages
@@ -33,6 +36,7 @@ struct SimAction {
     int waitMs = 0;
     std::string pageFunction;                // page:FUNCTION[:ARG]
     std::optional<std::string> pageArgument; // passed as a JS string; none: no argument
+    BrowserAction browser;
 };
 
 struct SimCommandLine {
@@ -45,6 +49,7 @@ struct SimCommandLine {
     std::string token;     // empty: signed out
     std::string sceneFile; // empty: the built-in sample building
     SimWindowOptions window;
+    bool browser = false; // the panel shows its page in a real (headless) Chromium
     std::vector<SimAction> actions;
 };
 

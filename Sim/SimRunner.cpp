@@ -5,7 +5,9 @@
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
+#include "Sim/ChromiumBrowserEngine.hpp"
 #include "Sim/JsJson.hpp"
+#include "Sim/SharedBrowserEngine.hpp"
 #include "Sim/SimHost.hpp"
 #include "SupportFolder.hpp"
 #include "TriggerFilePoller.hpp"
@@ -71,6 +73,8 @@ private:
     bool PrepareHome();
     bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
     bool DropTrigger(std::string const& name, AddOnSession& session);
+    bool LaunchBrowser();
+    bool DriveBrowser(SimAction const& action, AddOnSession& session);
     bool CallFromPage(SimAction const& action, SimHost& host);
     void WriteCallLog(SimHost& host) const;
 
@@ -79,6 +83,7 @@ private:
     std::ostream& err_;
     milliseconds settleTimeout_;
     std::string home_;
+    std::shared_ptr<ChromiumBrowserEngine> browser_; // with --browser, for the whole session
     bool usageError_ = false; // an action named something the add-on does not have
 };
 
@@ -122,6 +127,26 @@ bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
         return false;
     }
     return true;
+}
+
+bool Runner::LaunchBrowser() {
+    if (!line_.browser)
+        return true;
+    std::string error;
+    browser_ = ChromiumBrowserEngine::Launch(error);
+    if (!browser_)
+        err_ << "velmora-sim: --browser: " << error << "\n";
+    return browser_ != nullptr;
+}
+
+bool Runner::DriveBrowser(SimAction const& action, AddOnSession& session) {
+    std::string error;
+    auto const pump = [&session] { session.RunFor(milliseconds(20)); };
+    if (PerformBrowserAction(action.browser, *browser_, static_cast<int>(settleTimeout_.count()),
+                             pump, out_, error))
+        return true;
+    err_ << "velmora-sim: " << action.text << ": " << error << "\n";
+    return false;
 }
 
 // The page in the panel calls window.velmora.FUNCTION, as a user's click in it would.
@@ -192,6 +217,14 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::PrintLog:
         PrintFile(out_, "log", SupportFolder() / "logs" / "velmora.log");
         return true;
+    case SimAction::Kind::PrintToken: {
+        std::string const token = Settings::Get().AuthToken();
+        out_ << "auth token: " << (token.empty() ? "(none)" : token) << " (version "
+             << Settings::Get().AuthTokenVersion() << ")" << std::endl;
+        return true;
+    }
+    case SimAction::Kind::Browser:
+        return DriveBrowser(action, session);
     }
     return true;
 }
@@ -211,13 +244,18 @@ void Runner::WriteCallLog(SimHost& host) const {
 }
 
 int Runner::Run() {
-    if (!PrepareHome())
+    if (!PrepareHome() || !LaunchBrowser())
         return 1;
     SimHostOptions options;
     options.hostFolder = line_.hostFolder.empty() ? home_ + "/.velmora-sim-host" : line_.hostFolder;
     options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
     options.scenePath = line_.sceneFile;
     options.window = line_.window;
+    if (browser_) {
+        options.makeBrowserEngine = [engine = browser_] {
+            return std::make_unique<SharedBrowserEngine>(engine);
+        };
+    }
     SimHost host(options);
     std::string error;
     if (!host.LoadScene(error)) {

@@ -125,6 +125,35 @@ demo_extract_view() {
     "$bin/velmora-overlay" "$view" "$mask" "$store/view-mask-overlay.png"
 }
 
+# --browser: the panel's page in headless Chromium against the reference service: show the
+# panel, sign in on the page, press its extract button, and save a screenshot of the page.
+demo_browser() {
+    velmora_install_npm
+    local home base screenshot
+    home=$(mktemp -d)
+    base=$(demo_start_server "$home/service-store")
+    demo_point_settings_at "$home" "$base" "webAppUrl=$base/app/?embed=archicad"
+    screenshot="$home/panel.png"
+    "$bin/velmora-sim" --home "$home" --browser "$@" \
+        menu:32500:1 \
+        'browser:wait:window.__appReady === true && !!window.velmora' \
+        'browser:click:#sign-in' \
+        'browser:wait:window.velmora.getAuthToken().then(function (t) { return t.length > 0; })' \
+        'browser:click:#extract' \
+        "browser:wait:window.__events.some(function (e) { return e.action !== 'extractionProgress'; })" \
+        "browser:wait:!document.getElementById('result').classList.contains('empty')" \
+        "browser:screenshot:$screenshot"
+    demo_stop_server
+    echo
+    echo "Uploads received by the reference service: $home/service-store"
+    echo "Panel screenshot: $screenshot"
+}
+
+if [[ ${1:-} == --browser ]]; then
+    shift
+    demo_browser "$@"
+    exit
+fi
 demo_session "$@"
 demo_send_model
 demo_extract_view

@@ -9,6 +9,7 @@ VELMORA_APT_PACKAGES=(
     libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev zlib1g-dev libstb-dev
     nlohmann-json3-dev libtinygltf-dev libmeshoptimizer-dev
     libcurl4-openssl-dev libcpp-httplib-dev libssl-dev nginx curl
+    chromium
 )
 
 velmora_missing_packages() {
@@ -32,7 +33,7 @@ velmora_install_packages() {
         $missing >/dev/null
 }
 
-# The npm packages of tools/js (the glTF validator), installed from the lock file only when
+# The npm packages of tools/js (the glTF validator, playwright-core for Chromium), installed from the lock file only when
 # node_modules is missing or older than the lock file. Node and npm come with the machine;
 # without them, Debian's packages are installed.
 velmora_install_npm() {

@@ -103,7 +103,7 @@ void DevServerTest::SetUp() {
     options.token = kTestToken;
     options.storeFolder = storeFolder;
     server = std::make_unique<DevServer::DevServer>(options);
-    int const port = server->Start();
+    port = server->Start();
     ASSERT_GT(port, 0);
     client = std::make_unique<httplib::Client>("127.0.0.1", port);
 }

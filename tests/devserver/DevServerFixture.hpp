@@ -42,6 +42,7 @@ protected:
     std::string ReadStored(std::string const& name) const;
 
     std::string storeFolder;
+    int port = 0;
     std::unique_ptr<DevServer::DevServer> server;
     std::unique_ptr<httplib::Client> client;
 };
