@@ -12,17 +12,17 @@ struct ScriptFault : std::runtime_error {
 
 class TextureSource : public MAPI::Texture::Source {
 public:
-    explicit TextureSource(std::shared_ptr<ScriptTexture> t) : t_(std::move(t)) {}
-    std::string GetName() const override { return t_->name; }
-    Host::Int32 GetPixelMapXSize() const override { return t_->width; }
-    Host::Int32 GetPixelMapYSize() const override { return t_->height; }
+    explicit TextureSource(ScriptTexture const& t) : t_(t) {}
+    std::string GetName() const override { return "tex"; }
+    Host::Int32 GetPixelMapXSize() const override { return t_.width; }
+    Host::Int32 GetPixelMapYSize() const override { return t_.height; }
     void GetPixelMap(MAPI::ARGBPixel* out) const override {
-        std::copy(t_->pixels.begin(), t_->pixels.end(), out);
+        std::copy(t_.pixels.begin(), t_.pixels.end(), out);
     }
-    bool HasAlphaChannel() const override { return t_->alpha; }
+    bool HasAlphaChannel() const override { return t_.alpha; }
 
 private:
-    std::shared_ptr<ScriptTexture> t_;
+    ScriptTexture const& t_;
 };
 
 class MaterialSource : public MAPI::Material::Source {
@@ -30,7 +30,7 @@ public:
     explicit MaterialSource(ScriptPolygon const& p) : p_(p) {}
     std::string GetName() const override { return p_.materialName; }
     MAPI::Color GetSurfaceColor() const override { return p_.color; }
-    double GetTransparency() const override { return p_.transparency; }
+    double GetTransparency() const override { return 0.0; }
 
 private:
     ScriptPolygon const& p_;
@@ -63,7 +63,7 @@ public:
         i = MAPI::AttributeIndex(p_.textureIndex);
     }
     void GetMaterialTexture(MAPI::Texture* t) const override {
-        *t = MAPI::Texture(std::make_shared<TextureSource>(p_.texture));
+        *t = MAPI::Texture(std::make_shared<TextureSource>(*p_.texture));
     }
     Host::Int32 GetConvexPolygonCount() const override { return Host::Int32(p_.convex.size()); }
     void GetConvexPolygon(Host::Int32 i, MAPI::ConvexPolygon* c) const override {
@@ -112,12 +112,11 @@ public:
 
 private:
     void Body(Host::Int32 i, MAPI::MeshBody* b) const {
-        ScriptBody const& body = e_->bodies.at(i - 1);
-        if (body.throwOnFetch)
+        if (e_->bodies.at(i - 1).throwOnFetch)
             throw ScriptFault();
-        *b = MAPI::MeshBody(std::make_shared<BodySource>(body));
+        *b = MAPI::MeshBody(std::make_shared<BodySource>(e_->bodies.at(i - 1)));
     }
-    std::shared_ptr<ScriptElement const> e_;
+    std::shared_ptr<ScriptElement const> e_; // outlives the bodies handed out
 };
 
 class ModelSource : public MAPI::Model::Source {
@@ -128,7 +127,7 @@ public:
     }
     Host::Int32 GetElementCount() const override { return Host::Int32(elements_.size()); }
     void GetElement(Host::Int32 i, MAPI::Element* e) const override {
-        *e = MakeElement(elements_.at(i - 1));
+        *e = MAPI::Element(std::make_shared<ElementSource>(elements_.at(i - 1)));
     }
 
 private:
@@ -137,8 +136,9 @@ private:
 
 } // namespace
 
-MAPI::Element MakeElement(std::shared_ptr<ScriptElement const> element) {
-    return MAPI::Element(std::make_shared<ElementSource>(std::move(element)));
+MAPI::Element MakeElement(ScriptElement element) {
+    return MAPI::Element(
+        std::make_shared<ElementSource>(std::make_shared<ScriptElement const>(std::move(element))));
 }
 
 MAPI::Model MakeModel(std::vector<ScriptElement> elements) {
@@ -148,24 +148,17 @@ MAPI::Model MakeModel(std::vector<ScriptElement> elements) {
 ScriptBody FlatQuad(double x0, double y0, double x1, double y1, double z) {
     ScriptBody body;
     body.vertices = {{x0, y0, z}, {x1, y0, z}, {x1, y1, z}, {x0, y1, z}};
-    body.polygons.push_back(ScriptPolygon{});
-    body.polygons[0].convex = {{1, 2, 3, 4}};
     return body;
 }
 
 ScriptBody Upright(double x0, double y0, double x1, double y1) {
     ScriptBody body;
     body.vertices = {{x0, y0, 0}, {x1, y1, 0}, {x1, y1, 3}, {x0, y0, 3}};
-    body.polygons.push_back(ScriptPolygon{});
-    body.polygons[0].convex = {{1, 2, 3, 4}};
     return body;
 }
 
 ScriptElement ElementOf(MAPI::Element::Type type, ScriptBody body) {
-    ScriptElement element;
-    element.type = type;
-    element.bodies.push_back(std::move(body));
-    return element;
+    return ScriptElement{type, {std::move(body)}};
 }
 
 } // namespace Velmora::Testing

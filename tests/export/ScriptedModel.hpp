@@ -4,7 +4,6 @@
 
 #include "Host/ModelerApi.hpp"
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +13,6 @@ namespace Velmora::Testing {
 namespace MAPI = Host::ModelerAPI;
 
 struct ScriptTexture {
-    std::string name = "tex";
     int width = 1, height = 1;
     std::vector<MAPI::ARGBPixel> pixels; // width * height
     bool alpha = false;
@@ -24,17 +22,16 @@ struct ScriptPolygon {
     int materialIndex = 1;
     std::string materialName = "Plain";
     MAPI::Color color{0.5, 0.5, 0.5};
-    double transparency = 0.0;
     int textureIndex = -1; // attribute index; -1 untextured
     std::shared_ptr<ScriptTexture> texture;
-    std::vector<std::vector<int>> convex; // 1-based body vertex indices per convex polygon
-    bool throwOnConvex = false;           // GetConvexPolygon throws on the last one
+    std::vector<std::vector<int>> convex = {{1, 2, 3, 4}}; // 1-based body vertex indices
+    bool throwOnConvex = false;                            // on the last convex polygon
     bool throwOnUv = false;
 };
 
 struct ScriptBody {
     std::vector<MAPI::Vertex> vertices;
-    std::vector<ScriptPolygon> polygons;
+    std::vector<ScriptPolygon> polygons{1};
     bool throwOnFetch = false;
 };
 
@@ -44,12 +41,12 @@ struct ScriptElement {
     bool meshBodies = false; // bodies come from GetMeshBody instead of GetTessellatedBody
 };
 
-MAPI::Element MakeElement(std::shared_ptr<ScriptElement const> element);
+MAPI::Element MakeElement(ScriptElement element);
 MAPI::Model MakeModel(std::vector<ScriptElement> elements);
 
-// A body of one quad over [x0, x1] x [y0, y1] at height z (two triangles).
+// One quad over [x0, x1] x [y0, y1] at height z.
 ScriptBody FlatQuad(double x0, double y0, double x1, double y1, double z = 0.0);
-// A vertical quad from (x0, y0) to (x1, y1), 3 m high (two triangles).
+// A vertical quad from (x0, y0) to (x1, y1), 3 m high.
 ScriptBody Upright(double x0, double y0, double x1, double y1);
 ScriptElement ElementOf(MAPI::Element::Type type, ScriptBody body);
 

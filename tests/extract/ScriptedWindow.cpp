@@ -1,9 +1,8 @@
 #include "ScriptedWindow.hpp"
 
 #include "Extract/PngEncoder.hpp"
+#include "Platform/ImageService.hpp"
 #include "support/TempHome.hpp"
-
-#include <turbojpeg.h>
 
 #include <cmath>
 #include <fstream>
@@ -55,6 +54,8 @@ void ScriptedWindow::ScriptView() {
         }));
     ON_CALL(host_.view, Change3DWindowSets(_))
         .WillByDefault(Invoke([this](Host::API_3DWindowInfo* in) {
+            if (changeCalls_++ == failChangeAt)
+                return Host::Error::BadPars;
             changes.push_back(*in);
             if (in->setWindowSize && in->setZoom) // the host ignores a change without both
                 info = *in;
@@ -119,6 +120,8 @@ void ScriptedWindow::ScriptSaves() {
             [this](Host::API_FileSavePars const* file, Host::API_SavePars_Picture const* pars) {
                 if (file == nullptr || pars == nullptr || pars->view2D)
                     return Host::Error::BadPars;
+                if (saves_++ == failSaveAt)
+                    return Host::Error::RefusedCmd;
                 return WritePicture(file->fileTypeID, file->file);
             }));
 }
@@ -148,12 +151,14 @@ Bytes ScriptedWindow::SceneRgb(int width, int height) const {
 
 Host::GSErrCode ScriptedWindow::WritePicture(Host::API_FTypeID type,
                                              std::string const& path) const {
-    int const width = info.hSize * displayScale;
-    int const height = info.vSize * displayScale;
+    int const width = info.hSize;
+    int const height = info.vSize;
     Bytes const rgb = SceneRgb(width, height);
     Bytes bytes;
-    if (type == Host::APIFType_JPEGFile)
-        bytes = EncodeJpeg(rgb, width, height);
+    int w = 0;
+    int h = 0;
+    if (type == Host::APIFType_JPEGFile && EncodeRgbToPng(rgb, width, height, bytes))
+        StitchImageGrid({bytes}, 1, 1, bytes, w, h); // a grid of one: the host's JPEG
     else if (type == Host::APIFType_PNGFile)
         EncodeRgbToPng(rgb, width, height, bytes);
     else if (type == Host::APIFType_BMPFile)
@@ -163,20 +168,6 @@ Host::GSErrCode ScriptedWindow::WritePicture(Host::API_FTypeID type,
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<char const*>(bytes.data()), std::streamsize(bytes.size()));
     return out ? Host::Error::NoError : Host::Error::General;
-}
-
-Bytes EncodeJpeg(Bytes const& rgb, int width, int height) {
-    tjhandle handle = tjInitCompress();
-    unsigned char* jpeg = nullptr;
-    unsigned long size = 0;
-    int const rc = tjCompress2(handle, rgb.data(), width, 0, height, TJPF_RGB, &jpeg, &size,
-                               TJSAMP_444, 85, 0);
-    Bytes out;
-    if (rc == 0)
-        out.assign(jpeg, jpeg + size);
-    tjFree(jpeg);
-    tjDestroy(handle);
-    return out;
 }
 
 Bytes EncodeBmp(Bytes const& rgb, int width, int height) {

@@ -1,7 +1,7 @@
 // A 3D window scripted onto the FakeHost: window settings, camera, render settings, a
 // temporary folder, visible elements, highlights, and picture saves that write real files
-// (JPEG by libjpeg-turbo, PNG by the add-on's encoder, BMP by a writer of our own) at the
-// window's size times the display scale.
+// (PNG by the add-on's encoder, JPEG by its image service, BMP by a writer of our own) at the
+// window's size.
 #pragma once
 
 #include "Host/HostPort.hpp"
@@ -24,8 +24,9 @@ public:
     Host::API_3DWindowInfo info; // what Get3DWindowSets reads and changes write
     Host::API_RendImage render;  // scaleType 0: no safe frame
     Host::API_3DStyle style;     // engineId 1: highlights draw
-    int displayScale = 1;        // pictures at this multiple of the window size
-    int foregroundPixels = -1;   // BMP pixels covered by elements, row-major; -1 all
+    int foregroundPixels = -1;   // pixels covered by elements, row-major; -1 all
+    int failSaveAt = -1;         // this picture save (0-based) fails with RefusedCmd
+    int failChangeAt = -1;       // this window change (0-based) fails with BadPars
     std::vector<Host::API_3DWindowInfo> changes;     // every Change3DWindowSets, in order
     std::vector<Host::ElementColorTable> highlights; // every SetElementHighlight table
     int highlightClears = 0;
@@ -42,10 +43,10 @@ private:
     std::vector<Host::API_Guid> onScreen_; // in the order they cover pixels
     Host::ElementColorTable currentHighlight_;
     std::optional<Host::API_RGBAColor> otherColor_;
+    int saves_ = 0;
+    int changeCalls_ = 0;
 };
 
-// libjpeg-turbo, quality 85.
-std::vector<unsigned char> EncodeJpeg(std::vector<unsigned char> const& rgb, int width, int height);
 // 24-bit bottom-up, rows padded to 4 bytes.
 std::vector<unsigned char> EncodeBmp(std::vector<unsigned char> const& rgb, int width, int height);
 
