@@ -1,6 +1,5 @@
 #include "DevServerFixture.hpp"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -8,23 +7,6 @@
 #include <sstream>
 
 namespace Velmora::Testing {
-
-std::string Base64(std::string const& bytes) {
-    static char const alphabet[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        std::uint32_t group = static_cast<unsigned char>(bytes[i]) << 16;
-        if (i + 1 < bytes.size())
-            group |= static_cast<unsigned char>(bytes[i + 1]) << 8;
-        if (i + 2 < bytes.size())
-            group |= static_cast<unsigned char>(bytes[i + 2]);
-        std::size_t const digits = std::min<std::size_t>(bytes.size() - i, 3) + 1;
-        for (std::size_t k = 0; k < 4; ++k)
-            text.push_back(k < digits ? alphabet[group >> (18 - 6 * k) & 63] : '=');
-    }
-    return text;
-}
 
 std::string FakeJpeg() {
     return std::string("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\xFF\xD9", 13);
@@ -37,8 +19,8 @@ std::string FakePng() {
 nlohmann::json ExtractionDocument(bool withMask) {
     nlohmann::json mask = nullptr;
     if (withMask)
-        mask = "data:image/png;base64," + Base64(FakePng());
-    return {{"viewport", "data:image/jpeg;base64," + Base64(FakeJpeg())},
+        mask = std::string("data:image/png;base64,") + kPngBase64;
+    return {{"viewport", std::string("data:image/jpeg;base64,") + kJpegBase64},
             {"mask", mask},
             {"source", "ArchiCAD"},
             {"metadata",
@@ -70,27 +52,16 @@ std::string MessageOf(std::string const& body) {
     return has ? answer["message"].get<std::string>() : "";
 }
 
-namespace {
-
-void AppendU32(std::string& out, std::size_t value) {
-    for (int i = 0; i < 4; ++i)
-        out.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
-}
-
-} // namespace
-
-std::string MakeGlb(std::string const& jsonText, std::string const& bin) {
-    std::string json = jsonText;
-    while (json.size() % 4 != 0)
-        json.push_back(' ');
-    std::string glb = "glTF";
-    AppendU32(glb, 2);
-    AppendU32(glb, 12 + 8 + json.size() + 8 + bin.size());
-    AppendU32(glb, json.size());
-    glb += "JSON" + json;
-    AppendU32(glb, bin.size());
-    glb += std::string("BIN\0", 4) + bin;
-    return glb;
+std::string MakeGlb(std::string const& bin) {
+    std::string const json = R"({"asset":{"version":"2.0"}} )"; // padded to 28 bytes
+    auto u32 = [](std::size_t value) {
+        std::string bytes;
+        for (int i = 0; i < 4; ++i)
+            bytes.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+        return bytes;
+    };
+    return "glTF" + u32(2) + u32(12 + 8 + json.size() + 8 + bin.size()) + u32(json.size()) +
+           "JSON" + json + u32(bin.size()) + std::string("BIN\0", 4) + bin;
 }
 
 void DevServerTest::SetUp() {
@@ -121,6 +92,11 @@ httplib::Result DevServerTest::PostJson(std::string const& path, std::string con
     if (!token.empty())
         headers.emplace("Authorization", "Bearer " + token);
     return client->Post(path.c_str(), headers, body, contentType.c_str());
+}
+
+httplib::Result DevServerTest::Put(std::string const& target, std::string const& glb,
+                                   char const* contentType) {
+    return client->Put(target.c_str(), glb, contentType);
 }
 
 httplib::Result DevServerTest::AddFault(nlohmann::json const& fault) {

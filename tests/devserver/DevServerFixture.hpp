@@ -14,16 +14,18 @@
 namespace Velmora::Testing {
 
 constexpr char const* kTestToken = "test-token";
-
-std::string Base64(std::string const& bytes);
+// The smallest images the service takes, and their base64.
 std::string FakeJpeg();
 std::string FakePng();
+constexpr char const* kJpegBase64 = "/9j/4AAQSkZJRgD/2Q==";
+constexpr char const* kPngBase64 = "iVBORw0KGgoAAAANSUhEUg==";
+
 nlohmann::json ExtractionDocument(bool withMask);
 nlohmann::json BeginDocument();
-// A well-formed .glb whose JSON chunk holds jsonText (padded) and whose BIN chunk holds bin.
+// A well-formed .glb with a minimal JSON chunk and `bin` as its BIN chunk.
+std::string MakeGlb(std::string const& bin);
 // The "message" of a JSON error answer, empty when there is none.
 std::string MessageOf(std::string const& body);
-std::string MakeGlb(std::string const& jsonText, std::string const& bin);
 
 class DevServerTest : public testing::Test {
 protected:
@@ -33,11 +35,13 @@ protected:
     httplib::Result PostJson(std::string const& path, std::string const& body,
                              std::string const& token = kTestToken,
                              std::string const& contentType = "application/json");
+    httplib::Result Put(std::string const& target, std::string const& glb,
+                        char const* contentType = "model/gltf-binary");
     httplib::Result AddFault(nlohmann::json const& fault);
     nlohmann::json Log();
     // Begins a model and returns the begin answer.
     nlohmann::json BeginModel();
-    // The path and query of an upload address.
+    // The path and query of the begin answer's upload address.
     static std::string UploadTarget(nlohmann::json const& begin);
     std::string ReadStored(std::string const& name) const;
 

@@ -1,51 +1,127 @@
-// The uploader's outcome classes over a real socket, each produced by the reference service.
+// The uploader against the reference service over a real socket: each outcome class, the
+// single 401 retry, the background post and the payload cap.
 #include "SendSession.hpp"
 
+#include "Logger.hpp"
 #include "Upload/Uploader.hpp"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <future>
+#include <optional>
+#include <thread>
 
 namespace Velmora::Testing {
 namespace {
 
-std::string ExtractionJson() {
+using testing::HasSubstr;
+
+UploadRequest JpegRequest() {
     UploadRequest request;
     request.imageBytes = {0xFF, 0xD8, 0xFF, 0xE0, 0x00, 0x10, 'J', 'F', 'I', 'F', 0x00, 0xFF, 0xD9};
     request.imageMime = "image/jpeg";
     request.displayStyle = "CurrentView";
     request.pluginVersion = "0.1.0";
-    std::string json;
-    EXPECT_TRUE(Uploader::BuildPayloadJson(request, json));
-    return json;
+    return request;
 }
 
-// Catches a status or a transport failure classified as the wrong outcome when it arrives
-// over the wire rather than from a table.
-TEST_F(SendSessionTest, EachServiceAnswerIsClassifiedAsItsOutcome) {
+// Catches an answer classified as the wrong outcome or taken for a transport failure, a retry
+// with the same or an empty token, without a provider, or twice, the first answer returned
+// after a retry, the provider asked for anything but a 401, and a missing log line or a token
+// written to the log.
+TEST_F(SendSessionTest, EachServiceAnswerIsItsOutcomeAndA401IsRetriedOnceWithAFreshToken) {
+    std::string const once401 =
+        R"({"path":"/extractions-upload","mode":"401-once","acceptToken":"tok-fresh"})";
     struct Case {
-        char const* mode; // empty: no fault
-        std::string token;
+        std::string fault; // empty: none
+        char const* token;
+        std::optional<std::string> fresh; // the provider's token; none: no provider
         UploadOutcome outcome;
         long status;
+        std::size_t requests; // that reached the service
     } const cases[] = {
-        {"", kSendToken, UploadOutcome::Ok, 200},
-        {"", "wrong-token", UploadOutcome::Auth, 401},
-        {"403", kSendToken, UploadOutcome::Forbidden, 403},
-        {"400-aspect", kSendToken, UploadOutcome::AspectRatio, 400},
-        {"drop", kSendToken, UploadOutcome::Network, 0},
-        {"500", kSendToken, UploadOutcome::Other, 500},
+        {"", kSendToken, std::nullopt, UploadOutcome::Ok, 200, 1},
+        {"", "tok-wrong", std::nullopt, UploadOutcome::Auth, 401, 1},
+        {once401, kSendToken, "tok-fresh", UploadOutcome::Ok, 200, 2},
+        {once401, kSendToken, kSendToken, UploadOutcome::Auth, 401, 1},
+        {once401, kSendToken, "", UploadOutcome::Auth, 401, 1},
+        {once401, kSendToken, "tok-other", UploadOutcome::Auth, 401, 2},
+        {R"({"path":"/extractions-upload","mode":"403"})", kSendToken, "tok-fresh",
+         UploadOutcome::Forbidden, 403, 1},
+        {R"({"path":"/extractions-upload","mode":"400-aspect"})", kSendToken, "tok-fresh",
+         UploadOutcome::AspectRatio, 400, 1},
+        {R"({"path":"/extractions-upload","mode":"500"})", kSendToken, "tok-fresh",
+         UploadOutcome::Other, 500, 1},
+        {R"({"path":"/extractions-upload","mode":"drop"})", kSendToken, "tok-fresh",
+         UploadOutcome::Network, 0, 1},
     };
-    std::string const json = ExtractionJson();
+    ASSERT_TRUE(Logger::Get().Init());
+    std::string json;
+    ASSERT_TRUE(Uploader::BuildPayloadJson(JpegRequest(), json));
     for (Case const& c : cases) {
-        SCOPED_TRACE(std::string(c.mode) + " " + c.token);
+        SCOPED_TRACE(c.fault + " " + c.token);
         ResetService();
-        if (*c.mode)
-            AddFault({{"path", "/extractions-upload"}, {"mode", c.mode}});
+        if (!c.fault.empty())
+            AddFault(nlohmann::json::parse(c.fault));
+        int asked = 0;
+        TokenProvider provider;
+        if (c.fresh) {
+            provider = [&] {
+                ++asked;
+                return *c.fresh;
+            };
+        }
         UploadResult const result =
-            Uploader::PostBlocking(ServiceBase() + "/extractions-upload", c.token, json, {});
+            Uploader::PostBlocking(ServiceBase() + "/extractions-upload", c.token, json, provider);
         EXPECT_EQ(result.outcome, c.outcome) << result.body;
         EXPECT_EQ(result.httpStatus, c.status);
+        EXPECT_EQ(ServiceLog().size(), c.requests);
+        EXPECT_EQ(asked, c.fresh && c.fault == once401 ? 1 : 0);
     }
+    Logger::Get().Shutdown();
+    std::string const log = LogText();
+    EXPECT_THAT(log, HasSubstr("Uploader: 401 received, retrying once with refreshed token\n"));
+    EXPECT_THAT(log, HasSubstr("Uploader: macOS transport failed: CURLE "));
+    EXPECT_THAT(log, testing::Not(HasSubstr("tok-")));
+}
+
+// Catches a completion run on the caller's thread, a payload the service cannot read back to
+// the same image, and for an oversized payload a request made or a completion that is late
+// or lacks the reason.
+TEST_F(SendSessionTest, PostCompletesOnAWorkerAndRefusesAnOversizedPayloadAtOnce) {
+    auto done = std::make_shared<std::promise<std::pair<UploadResult, std::thread::id>>>();
+    auto finished = done->get_future();
+    std::string const url = ServiceBase() + "/extractions-upload";
+    Uploader::Post(
+        url, kSendToken, JpegRequest(),
+        [done](UploadResult const& result) {
+            done->set_value({result, std::this_thread::get_id()});
+        },
+        nullptr);
+    ASSERT_EQ(finished.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    auto const [result, thread] = finished.get();
+    EXPECT_NE(thread, std::this_thread::get_id());
+    EXPECT_EQ(result.outcome, UploadOutcome::Ok) << result.body;
+    std::vector<unsigned char> const jpeg = JpegRequest().imageBytes;
+    EXPECT_EQ(ReadFile(std::filesystem::path(storeFolder) / "extraction-0001.jpg"),
+              std::string(jpeg.begin(), jpeg.end()));
+
+    UploadRequest oversized = JpegRequest();
+    oversized.imageBytes.assign(7864321, 1);
+    std::optional<UploadResult> refused;
+    std::thread::id refusedOn;
+    Uploader::Post(
+        url, kSendToken, oversized,
+        [&](UploadResult const& answer) {
+            refused = answer;
+            refusedOn = std::this_thread::get_id();
+        },
+        nullptr);
+    ASSERT_TRUE(refused.has_value());
+    EXPECT_EQ(refusedOn, std::this_thread::get_id());
+    EXPECT_EQ(refused->outcome, UploadOutcome::Other);
+    EXPECT_EQ(refused->body, "payload exceeds 10 MB base64 cap");
+    EXPECT_EQ(ServiceLog().size(), 1u);
 }
 
 } // namespace

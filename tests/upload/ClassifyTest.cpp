@@ -12,34 +12,24 @@ TEST(Classify, MapsEveryAnswerToItsOutcome) {
         std::string body;
         bool transportOk;
         UploadOutcome expected;
-        char const* name;
     };
     Case const cases[] = {
-        // the 2xx range, its edges and just outside
-        {200, "", true, UploadOutcome::Ok, "Ok"},
-        {299, "", true, UploadOutcome::Ok, "Ok"},
-        {199, "", true, UploadOutcome::Other, "Other"},
-        {300, "", true, UploadOutcome::Other, "Other"},
-        {401, "", true, UploadOutcome::Auth, "Auth"},
-        {403, "aspect", true, UploadOutcome::Forbidden, "Forbidden"},
-        // "aspect" only for 400, case-sensitive, found past a NUL byte
-        {400, "{\"error\":\"bad aspect ratio\"}", true, UploadOutcome::AspectRatio, "AspectRatio"},
-        {400, std::string("x\0aspect", 8), true, UploadOutcome::AspectRatio, "AspectRatio"},
-        {400, "Aspect ratio", true, UploadOutcome::Other, "Other"},
-        {400, "", true, UploadOutcome::Other, "Other"},
-        {422, "aspect", true, UploadOutcome::Other, "Other"},
-        {500, "", true, UploadOutcome::Other, "Other"},
-        // the transport is checked before the status
-        {0, "", false, UploadOutcome::Network, "Network"},
-        {200, "", false, UploadOutcome::Network, "Network"},
-        {401, "", false, UploadOutcome::Network, "Network"},
+        // the 2xx range taken too wide or too narrow
+        {200, "", true, UploadOutcome::Ok},
+        {299, "", true, UploadOutcome::Ok},
+        {199, "", true, UploadOutcome::Other},
+        {300, "", true, UploadOutcome::Other},
+        {401, "", true, UploadOutcome::Auth},
+        {403, "aspect", true, UploadOutcome::Forbidden},
+        // "aspect" matched on other statuses, case-insensitively, or only up to a NUL byte
+        {400, std::string("x\0aspect", 8), true, UploadOutcome::AspectRatio},
+        {400, "Aspect ratio", true, UploadOutcome::Other},
+        {422, "aspect", true, UploadOutcome::Other},
+        // the status looked at before the transport
+        {200, "", false, UploadOutcome::Network},
     };
-    for (Case const& c : cases) {
-        UploadOutcome const outcome = Uploader::Classify(c.status, c.body, c.transportOk);
-        EXPECT_EQ(outcome, c.expected) << c.status << " " << c.body;
-        EXPECT_STREQ(Uploader::OutcomeName(outcome), c.name);
-    }
-    EXPECT_STREQ(Uploader::OutcomeName(static_cast<UploadOutcome>(9)), "Other");
+    for (Case const& c : cases)
+        EXPECT_EQ(Uploader::Classify(c.status, c.body, c.transportOk), c.expected) << c.status;
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
@@ -21,7 +22,6 @@ int BindLoopback(int& port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
     socklen_t length = sizeof address;
     if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
@@ -30,13 +30,15 @@ int BindLoopback(int& port) {
     return fd;
 }
 
-std::string UrlFor(int port, std::string const& path) {
-    return "http://" + std::string(kLoopback) + ":" + std::to_string(port) + path;
-}
-
-std::size_t ContentLength(std::string const& head) {
-    std::size_t const at = head.find("\r\nContent-Length: ");
-    return at == std::string::npos ? 0 : std::strtoull(head.c_str() + at + 18, nullptr, 10);
+// True once `received` holds a whole head and the body its Content-Length announces.
+bool WholeRequest(std::string const& received) {
+    std::size_t const headEnd = received.find("\r\n\r\n");
+    if (headEnd == std::string::npos)
+        return false;
+    std::size_t const at = received.find("\r\nContent-Length: ");
+    std::size_t const length =
+        at < headEnd ? std::strtoull(received.c_str() + at + 18, nullptr, 10) : 0;
+    return received.size() >= headEnd + 4 + length;
 }
 
 } // namespace
@@ -58,60 +60,27 @@ void LoopbackServer::Start() {
 }
 
 std::string LoopbackServer::Url(std::string const& path) const {
-    return UrlFor(port_, path);
+    return "http://" + std::string(kLoopback) + ":" + std::to_string(port_) + path;
 }
 
-RawCaptureServer::RawCaptureServer() {
-    listener_ = BindLoopback(port_);
-    if (listen(listener_, 1) != 0)
-        throw std::runtime_error("cannot listen");
-    thread_ = std::thread([this] { Serve(); });
-}
-
-RawCaptureServer::~RawCaptureServer() {
-    if (listener_ >= 0)
-        shutdown(listener_, SHUT_RDWR); // wakes an accept that never got a client
-    if (thread_.joinable())
-        thread_.join();
-    if (listener_ >= 0)
-        close(listener_);
-}
-
-std::string RawCaptureServer::Url(std::string const& path) const {
-    return UrlFor(port_, path);
-}
-
-void RawCaptureServer::Finish(std::string& head, std::string& body) {
-    if (thread_.joinable())
-        thread_.join();
-    head = head_;
-    body = body_;
-}
-
-void RawCaptureServer::Serve() {
-    int const client = accept(listener_, nullptr, nullptr);
-    if (client < 0)
-        return;
+std::string CaptureRawRequest(std::function<void(std::string const&)> const& sendTo,
+                              std::string const& answer) {
+    int port = 0;
+    int const listener = BindLoopback(port);
+    listen(listener, 1);
+    std::thread client(sendTo, "http://" + std::string(kLoopback) + ":" + std::to_string(port));
+    int const connection = accept(listener, nullptr, nullptr);
     std::string received;
     char buffer[65536];
-    std::size_t headEnd = std::string::npos;
-    while (headEnd == std::string::npos ||
-           received.size() < headEnd + 4 + ContentLength(received.substr(0, headEnd + 2))) {
-        ssize_t const n = recv(client, buffer, sizeof buffer, 0);
-        if (n <= 0)
-            break;
-        received.append(buffer, static_cast<std::size_t>(n));
-        if (headEnd == std::string::npos)
-            headEnd = received.find("\r\n\r\n");
+    for (ssize_t n = 1; n > 0 && !WholeRequest(received);) {
+        n = recv(connection, buffer, sizeof buffer, 0);
+        received.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
     }
-    if (headEnd != std::string::npos) {
-        head_ = received.substr(0, headEnd + 2);
-        body_ = received.substr(headEnd + 4);
-    }
-    static char const kAnswer[] =
-        "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nConnection: close\r\n\r\nok";
-    send(client, kAnswer, sizeof kAnswer - 1, MSG_NOSIGNAL);
-    close(client);
+    ::send(connection, answer.data(), answer.size(), MSG_NOSIGNAL);
+    close(connection);
+    client.join();
+    close(listener);
+    return received;
 }
 
 int ClosedLoopbackPort() {

@@ -1,10 +1,11 @@
-// Servers on 127.0.0.1 for the transport and uploader tests: an HTTP server whose handlers
-// the test registers, a one-shot server that keeps the raw request bytes (to see header order
-// on the wire), and a port on which nothing listens.
+// Servers on 127.0.0.1 for the transport and extraction tests: an HTTP server whose handlers
+// the test registers, a one-shot exchange that keeps the raw request bytes (to see header
+// order on the wire), and a port on which nothing listens.
 #pragma once
 
 #include <httplib.h>
 
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -29,28 +30,10 @@ private:
     int port_ = 0;
 };
 
-// Accepts one connection, reads one request (head and Content-Length body), answers
-// "200 ok" and closes.
-class RawCaptureServer {
-public:
-    RawCaptureServer();
-    ~RawCaptureServer();
-    RawCaptureServer(RawCaptureServer const&) = delete;
-    RawCaptureServer& operator=(RawCaptureServer const&) = delete;
-
-    std::string Url(std::string const& path) const;
-    // Waits for the exchange to end; the request's head (up to the blank line) and body.
-    void Finish(std::string& head, std::string& body);
-
-private:
-    void Serve();
-
-    int listener_ = -1;
-    int port_ = 0;
-    std::thread thread_;
-    std::string head_;
-    std::string body_;
-};
+// Runs sendTo(base URL) on a thread while accepting one connection, reads one request (head
+// and Content-Length body), writes `answer` as it stands and closes. Returns the raw request.
+std::string CaptureRawRequest(std::function<void(std::string const&)> const& sendTo,
+                              std::string const& answer);
 
 // A loopback port that was free a moment ago and has no listener.
 int ClosedLoopbackPort();

@@ -10,7 +10,7 @@
 namespace Velmora::Testing {
 namespace {
 
-// Catches member order, number formatting, null for empty names and escaping in the body.
+// Catches member order, number formatting, null for empty names and escaping in the bodies.
 TEST(ModelUploadBodies, BeginAndConfirmAreByteForByteAndParse) {
     ModelUploadMetadata metadata;
     metadata.fileName = "House \"A\".glb";
@@ -26,79 +26,52 @@ TEST(ModelUploadBodies, BeginAndConfirmAreByteForByteAndParse) {
                      "\"original_offset_m\":{\"x\":100,\"y\":0,\"z\":0},"
                      "\"project_name\":null,\"view_name\":\"3D\\u001f\","
                      "\"plugin_version\":\"0.2.0\",\"app_version\":\"28.0\"}");
-    nlohmann::json const parsed = nlohmann::json::parse(begin);
-    EXPECT_EQ(parsed["file_name"], metadata.fileName);
-    EXPECT_EQ(parsed["view_name"], metadata.viewName);
-    EXPECT_TRUE(parsed["project_name"].is_null());
+    EXPECT_EQ(nlohmann::json::parse(begin)["view_name"], metadata.viewName);
     EXPECT_EQ(BuildConfirmJson("m-1\\"), "{\"phase\":\"confirm\",\"model_id\":\"m-1\\\\\"}");
-    EXPECT_EQ(JsonStringOrNull(""), "null");
-    EXPECT_EQ(JsonStringOrNull("x"), "\"x\"");
 }
 
-// Catches trailing zeros or points left, "-0" written, exponent notation, and NaN or
-// infinities written as they are.
+// Catches trailing zeros or points left, "-0" written, exponent notation, rounding other than
+// to six decimals, and NaN or infinities written as they are.
 TEST(ModelUploadBodies, FormatMetersWritesShortDecimals) {
-    struct Case {
-        double value;
-        char const* text;
-    };
     double const inf = std::numeric_limits<double>::infinity();
-    Case const cases[] = {
-        {1e-9, "0"},
-        {-2.5, "-2.5"},
-        {100, "100"},
-        {12.5, "12.5"},
+    std::pair<double, char const*> const cases[] = {
         {3.0, "3"},
         {-0.0000001, "0"},
         {-0.0, "0"},
+        {-1e-6, "-0.000001"},
         {0.0000006, "0.000001"},
         {1234.5678901, "1234.56789"},
         {1e20, "100000000000000000000"},
         {std::nan(""), "0"},
-        {inf, "0"},
         {-inf, "0"},
-        {-1e-6, "-0.000001"},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(FormatMeters(c.value), c.text) << c.value;
+    for (auto const& [value, text] : cases)
+        EXPECT_EQ(FormatMeters(value), text) << value;
     EXPECT_EQ(FormatMeters(-1.7976931348623157e308).size(), 310u); // the widest double fits
 }
 
-// Catches decoding \u, stopping at an escaped quote, reading a later occurrence of the key,
-// and returning partial text for a truncated value.
+// Catches decoding \u, stopping at an escaped quote, reading a later occurrence of the key or
+// a key that merely ends the same, and returning partial text for a truncated value.
 TEST(ModelUploadResponses, ExtractJsonStringFieldReadsTheFirstStringValue) {
-    struct Case {
-        std::string json;
-        char const* key;
-        std::string value;
+    std::pair<std::string, std::string> const cases[] = {
+        {"{\"k\" \t\r\n: \n \"m-1\"}", "m-1"},
+        {R"({"k":"a\"b\\c\/d\b\f\n\r\t"})", "a\"b\\c/d\b\f\n\r\t"},
+        {R"({"k":"\u00e9\x"})", "u00e9x"},
+        {R"({"kk":"no","k":"yes","k":"second"})", "yes"},
+        {R"({"k":12})", ""},
+        {R"({"k" "v"})", ""},
+        {R"({"k":)", ""},
+        {R"({"k":"unterminated)", ""},
+        {R"({"k":"ends after a backslash\)", ""},
     };
-    Case const cases[] = {
-        {R"({"model_id":"m-42","upload_url":"https://x/y?sig=1"})", "upload_url",
-         "https://x/y?sig=1"},
-        {"{\"model_id\" \t\r\n: \n \"m-1\"}", "model_id", "m-1"},
-        {R"({"k":"a\"b\\c\/d"})", "k", "a\"b\\c/d"},
-        {R"({"k":"\b\f\n\r\t"})", "k", "\b\f\n\r\t"},
-        {R"({"k":"\u00e9\x"})", "k", "u00e9x"},
-        {R"({"k":"first","k":"second"})", "k", "first"},
-        {R"({"kk":"no","k":"yes"})", "k", "yes"}, // the key in quotes, not a suffix
-        {R"({"k":12})", "k", ""},                 // not a string
-        {R"({"k" "v"})", "k", ""},                // no colon
-        {R"({"k":)", "k", ""},                    // ends before the value
-        {R"({"k":"unterminated)", "k", ""},
-        {R"({"k":"ends after a backslash\)", "k", ""},
-        {R"({"other":"v"})", "k", ""},
-        {R"({"k":""})", "k", ""},
-        {R"("k")", "k", ""},
-    };
-    for (Case const& c : cases)
-        EXPECT_EQ(ExtractJsonStringField(c.json, c.key), c.value) << c.json;
+    for (auto const& [json, value] : cases)
+        EXPECT_EQ(ExtractJsonStringField(json, "k"), value) << json;
 }
 
-// Catches 5xx details leaking, JSON or HTML bodies shown raw, leading white space kept, and
-// a cut at the wrong length.
+// Catches 5xx details leaking, JSON or HTML bodies shown raw, leading white space kept, and a
+// cut at the wrong length.
 TEST(ModelUploadResponses, ServerFailureDetailIsWhatTheUserCanRead) {
     std::string const apology = "Something went wrong on our side. Try again in a moment.";
-    std::string const longText(500, 'x');
     struct Case {
         long status;
         std::string body;
@@ -106,16 +79,11 @@ TEST(ModelUploadResponses, ServerFailureDetailIsWhatTheUserCanRead) {
     };
     Case const cases[] = {
         {500, "{\"message\":\"db down\"}", apology},
-        {502, "", apology},
-        {599, "<html>", apology},
-        {499, "plain reason", "plain reason"},
-        {400, " \t\r\n{\"message\":\"model too large\"}", "model too large"},
+        {499, " \t\r\nplain reason ", "plain reason "},
+        {400, " {\"message\":\"model too large\"}", "model too large"},
         {400, "{\"error\":\"no message field\"}", ""},
         {400, "\n<!DOCTYPE html><html>Bad Request</html>", ""},
-        {400, " \r\n\t ", ""},
-        {0, "", ""},
-        {404, "  not found  ", "not found  "},
-        {400, longText, std::string(300, 'x') + "..."},
+        {400, std::string(301, 'x'), std::string(300, 'x') + "..."},
         {400, std::string(300, 'y'), std::string(300, 'y')},
     };
     for (Case const& c : cases)
@@ -131,29 +99,17 @@ TEST(ModelUploadProgress, PercentRunsFromThirtyToNinety) {
         int percent;
     };
     Case const cases[] = {
-        {0, 0, 30},
-        {5, 0, 30},
-        {0, 100, 30},
-        {1, 100, 30},
-        {2, 100, 31},
-        {50, 100, 60},
-        {99, 100, 89},
-        {100, 100, 90},
-        {250, 100, 90},
-        {max / 2, max, 59},
-        {max - 1, max, 89},
-        {max, max, 90},
-        {209715199, 209715200, 89},
+        {5, 0, 30},     {1, 100, 30},       {2, 100, 31},       {99, 100, 89},
+        {250, 100, 90}, {max / 2, max, 59}, {max - 1, max, 89}, {max, max, 90},
     };
     for (Case const& c : cases)
         EXPECT_EQ(ModelUploadPercent(c.sent, c.total), c.percent) << c.sent << "/" << c.total;
 }
 
-// Catches falling or repeated percentages sent, events closer than the interval, and a
-// refused event that still moves the clock.
+// Catches falling or repeated percentages sent, events closer than 250 ms, and a refused
+// event that still moves the clock.
 TEST(ModelUploadProgress, ThrottleLetsThroughRisingPercentagesAtMostEvery250Ms) {
     using Clock = UploadProgressThrottle::Clock;
-    using std::chrono::milliseconds;
     Clock::time_point const start{};
     UploadProgressThrottle throttle(UploadProgressThrottle::kStartPercent, start,
                                     UploadProgressThrottle::kMinInterval);
@@ -162,17 +118,14 @@ TEST(ModelUploadProgress, ThrottleLetsThroughRisingPercentagesAtMostEvery250Ms) 
         int atMs;
         bool sent;
     };
-    Step const steps[] =
-        {
-            {31, 100, false}, // too early
-            {30, 300, false}, // not rising
-            {31, 300, true},  {40, 400, false},  {40, 549, false},
-            {31, 600, false}, // equal to the last sent
-            {29, 700, false}, {40, 700, true},   {41, 949, false},
-            {41, 950, true},  {41, 2000, false}, {90, 2000, true},
-        };
+    Step const steps[] = {
+        {31, 100, false}, // too early
+        {30, 300, false}, // equal to the start
+        {31, 300, true},  {40, 549, false}, {31, 600, false}, {29, 700, false},
+        {40, 700, true},  {41, 949, false}, {41, 950, true},
+    };
     for (Step const& s : steps)
-        EXPECT_EQ(throttle.ShouldSend(s.percent, start + milliseconds(s.atMs)), s.sent)
+        EXPECT_EQ(throttle.ShouldSend(s.percent, start + std::chrono::milliseconds(s.atMs)), s.sent)
             << s.percent << " at " << s.atMs;
 }
 

@@ -2,7 +2,6 @@
 // and the per-image size cap.
 #include "Upload/Uploader.hpp"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -17,18 +16,9 @@ Bytes BytesOf(std::string const& text) {
     return Bytes(text.begin(), text.end());
 }
 
-std::string Encode(std::string const& text) {
-    Bytes const bytes = BytesOf(text);
-    return Uploader::Base64Encode(bytes.data(), bytes.size());
-}
-
 // Catches a wrong alphabet, missing or extra padding and a dropped tail byte.
 TEST(Base64, EncodesTheRfc4648Vectors) {
-    struct Case {
-        std::string in;
-        char const* out;
-    };
-    Case const cases[] = {
+    std::pair<std::string, char const*> const cases[] = {
         {"", ""},
         {"f", "Zg=="},
         {"fo", "Zm8="},
@@ -36,12 +26,13 @@ TEST(Base64, EncodesTheRfc4648Vectors) {
         {"foob", "Zm9vYg=="},
         {"fooba", "Zm9vYmE="},
         {"foobar", "Zm9vYmFy"},
-        {"\xfb\xff\xbf", "+/+/"},                 // the last two alphabet letters
-        {std::string("\0\0\0\0", 4), "AAAAAA=="}, // zero bytes are data
-        {"\xff\xff\xff\xff\xff", "//////8="},
+        {"\xfb\xff\xbf", "+/+/"},           // the last two alphabet letters
+        {std::string(4, '\0'), "AAAAAA=="}, // zero bytes are data
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(Encode(c.in), c.out) << c.out;
+    for (auto const& [in, out] : cases) {
+        Bytes const bytes = BytesOf(in);
+        EXPECT_EQ(Uploader::Base64Encode(bytes.data(), bytes.size()), out);
+    }
 }
 
 // Catches a wrong entry in the two-character table: group i holds i in its first 12 bits and
@@ -81,29 +72,19 @@ UploadRequest SampleRequest() {
     return req;
 }
 
-// Replaces the timestamp (checked for its shape) with "T" so that the rest compares exactly.
-std::string WithoutTimestamp(std::string const& json) {
-    std::regex const stamp(R"("timestamp":"\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}\.0000000Z")");
-    std::smatch found;
-    EXPECT_TRUE(std::regex_search(json, found, stamp)) << json;
-    return std::regex_replace(json, stamp, "\"timestamp\":\"T\"");
-}
-
-// Catches any change of key order, spacing, escaping (lower-case \u), MIME placement or
-// metadata values.
+// Catches any change of key order, spacing, escaping (lower-case \u), MIME placement,
+// metadata values or timestamp shape.
 TEST(PayloadJson, IsByteForByteTheDocumentTheServiceReads) {
     std::string json;
     ASSERT_TRUE(Uploader::BuildPayloadJson(SampleRequest(), json));
-    EXPECT_EQ(WithoutTimestamp(json),
+    std::regex const stamp(R"("timestamp":"\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}\.0000000Z")");
+    EXPECT_EQ(std::regex_replace(json, stamp, "\"timestamp\":\"T\""),
               "{\"viewport\":\"data:image/jpeg;base64,Zm9vYmFy\","
               "\"mask\":\"data:image/png;base64,Zm8=\",\"source\":\"ArchiCAD\",\"metadata\":{"
               "\"viewName\":\"Ground \\\"Floor\\\" \\\\ 1\\n\\u0001 \xc3\xa9\","
               "\"displayStyle\":\"Shaded\\t\",\"useCurrentViewSettings\":true,\"hasMask\":true,"
               "\"pluginVersion\":\"0.1.0\",\"timestamp\":\"T\"}}");
-    nlohmann::json const parsed = nlohmann::json::parse(json);
-    EXPECT_EQ(parsed["metadata"]["viewName"], SampleRequest().viewName);
-    EXPECT_EQ(parsed["metadata"]["displayStyle"], "Shaded\t");
-    EXPECT_EQ(parsed["mask"], "data:image/png;base64,Zm8=");
+    EXPECT_EQ(nlohmann::json::parse(json)["metadata"]["viewName"], SampleRequest().viewName);
 }
 
 // Catches "hasMask" following maskPresent instead of the bytes actually sent, and an empty
@@ -120,17 +101,12 @@ TEST(PayloadJson, MaskIsNullUnlessBytesAreAttachedAndAnEmptyViewIsNamed) {
         req.maskPresent = c.maskPresent;
         req.maskBytes = BytesOf(c.maskBytes);
         req.viewName.clear();
-        req.useCurrentViewSettings = false;
         std::string json;
         ASSERT_TRUE(Uploader::BuildPayloadJson(req, json));
         nlohmann::json const parsed = nlohmann::json::parse(json);
         EXPECT_EQ(parsed["mask"].is_null(), !c.expectMask) << json;
         EXPECT_EQ(parsed["metadata"]["hasMask"], c.expectMask);
         EXPECT_EQ(parsed["metadata"]["viewName"], "Unnamed View");
-        EXPECT_EQ(parsed["metadata"]["useCurrentViewSettings"], false);
-        EXPECT_EQ(parsed["source"], "ArchiCAD");
-        EXPECT_NE(json.find(c.expectMask ? "\"mask\":\"data:" : "\"mask\":null,"),
-                  std::string::npos);
     }
 }
 
@@ -143,20 +119,14 @@ TEST(PayloadJson, EachImageMayEncodeToTenMegabytesOfBase64AndNoMore) {
         std::size_t maskSize;
         bool accepted;
     };
-    Case const cases[] = {
-        {atCap, atCap, true},   // both at the cap: the test is per image
-        {atCap + 1, 10, false}, // 10485764 characters
-        {10, atCap + 1, false},
-    };
+    Case const cases[] = {{atCap, atCap, true}, {atCap + 1, 10, false}, {10, atCap + 1, false}};
     for (Case const& c : cases) {
         UploadRequest req = SampleRequest();
         req.imageBytes.assign(c.imageSize, 0x5A);
         req.maskBytes.assign(c.maskSize, 0xA5);
         std::string json = "stale";
         EXPECT_EQ(Uploader::BuildPayloadJson(req, json), c.accepted) << c.imageSize;
-        if (!c.accepted) {
-            EXPECT_EQ(json, "");
-        }
+        EXPECT_EQ(json.empty(), !c.accepted);
     }
 }
 
