@@ -3,6 +3,7 @@
 // headers it includes; only the calls the adapter makes are here.
 #pragma once
 
+#include "API_Guid.hpp"
 #include "APIdefs_AttributeIndex.hpp"
 #include "APIdefs_Attributes.h"
 #include "APIdefs_Automate.h"
@@ -14,7 +15,6 @@
 #include "APIdefs_ErrorCodes.h"
 #include "APIdefs_Interface.h"
 #include "APIdefs_Registration.h"
-#include "API_Guid.hpp"
 #include "Array.hpp"
 #include "HashTable.hpp"
 #include "Location.hpp"

@@ -35,8 +35,7 @@ typedef enum {
 
 typedef GSErrCode APIMenuCommandProc(const API_MenuParams* menuParams);
 typedef GSErrCode APIModulCommandProc(GSHandle params, GSPtr resultData, bool silentMode);
-typedef void APICommandCallBackProc(GSHandle* paramsHandle, GSPtr resultData,
-                                    GSErrCode returnCode);
+typedef void APICommandCallBackProc(GSHandle* paramsHandle, GSPtr resultData, GSErrCode returnCode);
 typedef GSErrCode APIPaletteControlCallBackProc(Int32 referenceID, API_PaletteMessageID messageID,
                                                 GS::IntPtr param);
 typedef GSErrCode APIProjectEventHandlerProc(API_NotifyEventID notifID, Int32 param);

@@ -63,7 +63,11 @@ typedef enum {
     API3DModel_Shading = 3
 } API_3DModelTypeID;
 
-typedef enum { APIShadContours_Draft = 0, APIShadContours_Off, APIShadContours_Best } API_ShadingContoursID;
+typedef enum {
+    APIShadContours_Draft = 0,
+    APIShadContours_Off,
+    APIShadContours_Best
+} API_ShadingContoursID;
 
 typedef enum {
     APIVectShad_Off = 0,
@@ -89,8 +93,7 @@ struct API_3DStyle {
     API_VectorShadowID vectSunShadow;
     bool vectHatchOn;
     bool filler_3;
-    short contourThickness, silhouetteThickness, vectorialHatchingThickness,
-        shadowContourThickness;
+    short contourThickness, silhouetteThickness, vectorialHatchingThickness, shadowContourThickness;
     short castShadowPercent, shadingPercent;
     double shadowElevation;
     bool show3DHotSpotsOnly;

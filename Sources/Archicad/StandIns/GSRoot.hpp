@@ -1,4 +1,5 @@
-// Stand-in written from archicad-api.md: the GSRoot umbrella header, reduced to what the adapter uses.
+// Stand-in written from archicad-api.md: the GSRoot umbrella header, reduced to what the adapter
+// uses.
 #pragma once
 
 #include "Array.hpp"
