@@ -49,6 +49,8 @@ void AddOnSession::Unload() {
     if (!loaded_)
         return;
     loaded_ = false;
+    // The host quits: handlers of the quit event hear it before the add-on is freed.
+    host_.ProjectEvents().Send(Host::APINotify_Quit);
     FreeData();
 }
 

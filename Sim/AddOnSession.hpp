@@ -19,7 +19,7 @@ public:
     // Environment check, interface registration, initialisation. On failure the reason is in
     // error; FreeData has run if Initialize had been called.
     bool Load(std::string& error);
-    // FreeData, when loaded.
+    // The quit event to its handler, then FreeData, when loaded.
     void Unload();
 
     // Runs the event loop until no work is queued, sleeping or in flight (an extraction

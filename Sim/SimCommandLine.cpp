@@ -3,6 +3,7 @@
 #include "Sim/SimWindowCommandLine.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 
 namespace Velmora::Sim {
@@ -47,37 +48,59 @@ std::optional<SimAction> ParseTriggerAction(std::string const& text, std::string
     return std::nullopt;
 }
 
+// page:FUNCTION[:ARG]: ARG is everything after the second colon, colons included.
+std::optional<SimAction> ParsePageAction(std::string const& text, std::string& error) {
+    SimAction action;
+    action.kind = SimAction::Kind::Page;
+    std::size_t const colon = text.find(':', 5);
+    action.pageFunction =
+        text.substr(5, colon == std::string::npos ? std::string::npos : colon - 5);
+    if (colon != std::string::npos)
+        action.pageArgument = text.substr(colon + 1);
+    bool const nameOk =
+        !action.pageFunction.empty() &&
+        std::all_of(action.pageFunction.begin(), action.pageFunction.end(),
+                    [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; });
+    if (!nameOk) {
+        error = "bad page action '" + text + "': expected page:FUNCTION[:ARG], e.g. page:log:hello";
+        return std::nullopt;
+    }
+    return action;
+}
+
 std::optional<SimAction> ParseAction(std::string const& text, std::string& error) {
     std::optional<SimAction> action;
     if (text.rfind("menu:", 0) == 0) {
         action = ParseMenuAction(text, error);
+    } else if (text.rfind("page:", 0) == 0) {
+        action = ParsePageAction(text, error);
     } else if (text.rfind("trigger:", 0) == 0) {
         action = ParseTriggerAction(text, error);
     } else if (text.rfind("wait:", 0) == 0) {
         long ms = 0;
         if (ParseInt(text.substr(5), 0, 3600000, ms))
-            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms)};
+            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms), {}, {}};
         else
             error = "bad wait action '" + text + "': expected wait:MILLISECONDS";
     } else if (text == "menus" || text.rfind("menus:", 0) == 0) {
         long menu = 0;
         if (text == "menus" || ParseInt(text.substr(6), 1, 32767, menu))
-            action =
-                SimAction{SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0};
+            action = SimAction{
+                SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0, {}, {}};
         else
             error = "bad menus action '" + text + "': expected menus or menus:MENU";
     } else if (text == "extract") {
-        action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0, {}, {}};
     } else if (text == "export") {
-        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0, {}, {}};
     } else if (text == "send") {
-        action = SimAction{SimAction::Kind::Send, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::Send, text, 0, 0, {}, 0, {}, {}};
     } else if (text == "paths") {
-        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0, {}, {}};
     } else if (text == "print:settings") {
-        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0, {}, {}};
     } else if (text == "print:log") {
-        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0};
+        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0, {}, {}};
     } else {
         error = "unknown action '" + text + "' (see --help)";
     }
@@ -169,7 +192,13 @@ after each, unloads the add-on, and prints what the user would have seen.
 Actions:
   menu:MENU:ITEM          choose a menu item, e.g. menu:32501:1 toggles the semantic mask
                           (32500: 1 panel, 2 extract view, 3 send model, 4 view logs;
-                           32501: 1 semantic mask, 2 save debug capture, 3 per-element colours)
+                           32501: 1 semantic mask, 2 save debug capture, 3 per-element colours);
+                          menu:32500:1 shows the web app panel, and hides it the next time
+  page:FUNCTION[:ARG]     the panel's page calls window.velmora.FUNCTION(ARG), ARG being the
+                          rest of the action as a JS string (none: no argument), and the
+                          result is printed, e.g. page:onAuthToken:TOKEN,
+                          page:requestExtract:{"includeMask":false}, page:log:hello,
+                          page:getAuthToken
   trigger:NAME            drop the trigger file NAME (trigger_extract, trigger_send_model,
                           trigger_export_model) into the settings folder and let the add-on
                           find it
@@ -215,8 +244,10 @@ Options:
 The simulated 3D window:
 )" + std::string(WindowOptionsUsage()) +
            R"(
-Output: one line per report-window message, "report: TEXT" or "alert: TEXT", and one per
-progress event of a model send, "progress: STATUS PERCENT%".
+Output: one line per report-window message, "report: TEXT" or "alert: TEXT"; one per
+progress event of a model send, "progress: STATUS PERCENT%"; one line "panel: SCRIPT" per
+script the add-on runs in the panel's page (its events among them); one line
+"page: FUNCTION -> RESULT" per page action, RESULT as JSON.
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
 call is made off the main thread; 2 for a bad command line or scene file.
 )";

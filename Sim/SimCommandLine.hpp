@@ -19,6 +19,7 @@ struct SimAction {
         Export,
         Send,
         Wait,
+        Page,
         ShowMenus,
         ShowPaths,
         PrintSettings,
@@ -30,6 +31,8 @@ struct SimAction {
     int item = 0;
     std::string triggerName;
     int waitMs = 0;
+    std::string pageFunction;                // page:FUNCTION[:ARG]
+    std::optional<std::string> pageArgument; // passed as a JS string; none: no argument
 };
 
 struct SimCommandLine {

@@ -21,8 +21,11 @@ std::string PreferencesPath(SimHostOptions const& options) {
 SimHost::SimHost(SimHostOptions options)
     : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
       communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)),
-      project_(calls_), window3D_(calls_, options_.hostFolder, options_.window) {
+      project_(calls_), window3D_(calls_, options_.hostFolder, options_.window),
+      dialogs_(calls_, loop_, resources_, kOwnResModule) {
     project_.AttachWindow3D(&window3D_);
+    dialogs_.SetEngineFactory(options_.makeBrowserEngine);
+    dialogs_.SetCefDebugPort(options_.cefDebugPort);
 }
 
 bool SimHost::LoadResources(std::string& error) {
@@ -96,6 +99,28 @@ Host::GSErrCode SimHost::RegisterModelessWindow(Host::Int32 referenceID,
     }
     palettes_.push_back({referenceID, callBackProc, controlFlags, paletteGuid});
     return Host::Error::NoError;
+}
+
+Host::GSErrCode SimHost::SendPaletteMessage(Host::API_PaletteMessageID message,
+                                            std::intptr_t param) {
+    std::vector<SimPalette> palettes;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        palettes = palettes_;
+    }
+    Host::GSErrCode result = Host::Error::BadId;
+    for (SimPalette const& palette : palettes)
+        result = palette.callBack(palette.referenceID, message, param);
+    return result;
+}
+
+SimPaletteWindow* SimHost::RegisteredPaletteWindow() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (SimPalette const& palette : palettes_) {
+        if (SimPaletteWindow* window = dialogs_.FindPalette(palette.guid))
+            return window;
+    }
+    return nullptr;
 }
 
 Host::GSResModule SimHost::GetOwnResModule() {

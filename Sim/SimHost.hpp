@@ -5,6 +5,7 @@
 #include "Sim/CallLog.hpp"
 #include "Sim/EventLoop.hpp"
 #include "Sim/SimCommunication.hpp"
+#include "Sim/SimDialogs.hpp"
 #include "Sim/SimMenus.hpp"
 #include "Sim/SimPreferences.hpp"
 #include "Sim/SimProject.hpp"
@@ -37,6 +38,10 @@ struct SimHostOptions {
     Host::API_ModulID addOnId;
     std::string scenePath; // the project to open; empty: the built-in sample building
     SimWindowOptions window;
+    // Makes the engine behind the palette's browser item; empty: a headless engine that loads
+    // every URL at once and only records scripts.
+    BrowserEngineFactory makeBrowserEngine;
+    std::uint16_t cefDebugPort = 0; // what DG::GetCefDebugPort answers
 };
 
 class SimHost : public Host::Port {
@@ -63,6 +68,7 @@ public:
     Host::RenderingApi& Rendering() override { return window3D_; }
     Host::ProjectSettingsApi& ProjectSettings() override { return window3D_; }
     Host::UserInputApi& UserInput() override { return window3D_; }
+    Host::DialogApi& Dialog() override { return dialogs_; }
 
     void WriteReport(const std::string& text, bool withDial) override;
     Host::GSErrCode GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) override;
@@ -84,6 +90,13 @@ public:
     SimMenus& Menus() { return menus_; }
     SimProject& Project() { return project_; }
     SimWindow3D& Window3D() { return window3D_; }
+    SimDialogs& Dialogs() { return dialogs_; }
+    SimProjectEvents& ProjectEvents() { return project_.Events(); }
+    // Calls every registered palette's control callback, as the host does (message 7's param
+    // points to a bool). BadId when no palette is registered.
+    Host::GSErrCode SendPaletteMessage(Host::API_PaletteMessageID message, std::intptr_t param = 0);
+    // The palette window registered under the add-on's palette guid, if it is open.
+    SimPaletteWindow* RegisteredPaletteWindow() const;
     std::vector<SimReport> Reports() const;
     // Called on the main thread for every report as it is written.
     void OnReport(std::function<void(SimReport const&)> listener);
@@ -100,6 +113,7 @@ private:
     SimPreferences preferences_;
     SimProject project_;
     SimWindow3D window3D_;
+    SimDialogs dialogs_;
 
     mutable std::mutex mutex_;
     std::vector<SimReport> reports_;

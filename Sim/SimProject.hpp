@@ -7,6 +7,7 @@
 #include "Sim/CallLog.hpp"
 #include "Sim/Scene.hpp"
 #include "Sim/SimModel.hpp"
+#include "Sim/SimProjectEvents.hpp"
 
 #include <cstdint>
 #include <map>
@@ -44,6 +45,11 @@ public:
     Host::GSErrCode Project(Host::API_ProjectInfo* projectInfo) override;
     Host::GSErrCode Save(const Host::API_FileSavePars* fileSavePars,
                          const Host::API_SavePars_Picture* formatPars) override;
+    Host::GSErrCode CatchProjectEvent(Host::GSFlags eventTypes,
+                                      Host::APIProjectEventHandlerProc* handlerProc) override {
+        return events_.CatchProjectEvent(eventTypes, handlerProc);
+    }
+    SimProjectEvents& Events() { return events_; }
     Host::GSErrCode GetCurrentWindow(Host::API_WindowInfo* windowInfo) override;
     Host::GSErrCode Search(Host::API_Attr_Head* attrHead) override;
     Host::GSErrCode Get(Host::API_Attribute* attribute) override;
@@ -61,6 +67,7 @@ private:
     int MaterialOfAttribute(Host::Int32 attributeIndex) const;
 
     CallLog& calls_;
+    SimProjectEvents events_{calls_};
     SimWindow3D* window3D_ = nullptr;
     std::shared_ptr<Scene const> scene_;
     std::vector<std::shared_ptr<ElementMesh const>> meshes_; // made on first generation

@@ -36,6 +36,23 @@ std::vector<std::string> QuotedStrings(std::string const& body) {
     return strings;
 }
 
+// The items of a dialog body: "TYPE X Y WIDTH HEIGHT" lines, numbered in order.
+std::vector<SimDialogItem> DialogItems(std::string const& body) {
+    std::vector<SimDialogItem> items;
+    static std::regex const item(R"((\w+)\s+(-?\d+)\s+(-?\d+)\s+(\d+)\s+(\d+))");
+    for (std::sregex_iterator it(body.begin(), body.end(), item), end; it != end; ++it) {
+        SimDialogItem parsed;
+        parsed.id = static_cast<int>(items.size()) + 1;
+        parsed.type = (*it)[1].str();
+        parsed.x = std::atoi((*it)[2].str().c_str());
+        parsed.y = std::atoi((*it)[3].str().c_str());
+        parsed.width = std::atoi((*it)[4].str().c_str());
+        parsed.height = std::atoi((*it)[5].str().c_str());
+        items.push_back(parsed);
+    }
+    return items;
+}
+
 } // namespace
 
 bool SimResources::Load(std::string const& grcFile, std::string const& idsHeader) {
@@ -70,7 +87,34 @@ bool SimResources::ParseGrc(std::string const& text) {
         }
         lists_[id] = QuotedStrings((*it)[2].str());
     }
+    return ParseDialogs(text);
+}
+
+bool SimResources::ParseDialogs(std::string const& text) {
+    // 'GDLG' ID Type | flags... X Y WIDTH HEIGHT "Title" { items }; comments in the body are
+    // skipped by the item pattern, which needs five fields.
+    static std::regex const block(
+        R"re('GDLG'\s+(\w+)\s+(\w+)[^"{]*?(-?\d+)\s+(-?\d+)\s+(\d+)\s+(\d+)\s+"([^"]*)"\s*\{([^}]*)\})re");
+    for (std::sregex_iterator it(text.begin(), text.end(), block), end; it != end; ++it) {
+        int const id = ResolveId((*it)[1].str());
+        if (id < 0) {
+            error_ = "unknown dialog id " + (*it)[1].str();
+            return false;
+        }
+        SimDialog dialog;
+        dialog.type = (*it)[2].str();
+        dialog.width = std::atoi((*it)[5].str().c_str());
+        dialog.height = std::atoi((*it)[6].str().c_str());
+        dialog.title = (*it)[7].str();
+        dialog.items = DialogItems((*it)[8].str());
+        dialogs_[id] = dialog;
+    }
     return true;
+}
+
+SimDialog const* SimResources::Dialog(int resId) const {
+    auto found = dialogs_.find(resId);
+    return found == dialogs_.end() ? nullptr : &found->second;
 }
 
 std::vector<std::string> const* SimResources::StringList(int resId) const {

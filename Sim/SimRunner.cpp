@@ -5,6 +5,7 @@
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
+#include "Sim/JsJson.hpp"
 #include "Sim/SimHost.hpp"
 #include "SupportFolder.hpp"
 #include "TriggerFilePoller.hpp"
@@ -70,6 +71,7 @@ private:
     bool PrepareHome();
     bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
     bool DropTrigger(std::string const& name, AddOnSession& session);
+    bool CallFromPage(SimAction const& action, SimHost& host);
     void WriteCallLog(SimHost& host) const;
 
     SimCommandLine const& line_;
@@ -122,6 +124,30 @@ bool Runner::DropTrigger(std::string const& name, AddOnSession& session) {
     return true;
 }
 
+// The page in the panel calls window.velmora.FUNCTION, as a user's click in it would.
+bool Runner::CallFromPage(SimAction const& action, SimHost& host) {
+    SimPaletteWindow* const palette = host.RegisteredPaletteWindow();
+    SimBrowserItem* const browser =
+        palette != nullptr ? host.Dialogs().BrowserOn(*palette) : nullptr;
+    if (browser == nullptr) {
+        err_ << "velmora-sim: " << action.text
+             << ": the web app panel is not open (menu:32500:1 opens it)\n";
+        return false;
+    }
+    std::string const argument =
+        action.pageArgument ? JsonFromJs(std::make_shared<Host::JS::Value>(*action.pageArgument))
+                            : std::string("null");
+    std::optional<std::string> const result =
+        browser->CallFromPage("velmora", action.pageFunction, argument);
+    if (!result) {
+        err_ << "velmora-sim: " << action.text << ": the page has no window.velmora."
+             << action.pageFunction << "\n";
+        return false;
+    }
+    out_ << "page: " << action.pageFunction << " -> " << *result << std::endl;
+    return true;
+}
+
 bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
     switch (action.kind) {
     case SimAction::Kind::Menu: {
@@ -139,6 +165,8 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     }
     case SimAction::Kind::Trigger:
         return DropTrigger(action.triggerName, session);
+    case SimAction::Kind::Page:
+        return CallFromPage(action, host);
     case SimAction::Kind::Extract:
         DoExtractView();
         return true;
@@ -205,10 +233,12 @@ int Runner::Run() {
     host.OnReport([this](SimReport const& report) {
         out_ << (report.alert ? "alert: " : "report: ") << report.text << std::endl;
     });
-    // There is no panel here: its progress bar becomes lines of output.
+    // A model send's progress also becomes lines of output.
     SetProgressObserver([this](ExtractionKind, int percent, std::string const& status) {
         out_ << "progress: " << status << " " << percent << "%" << std::endl;
     });
+    host.Dialogs().OnScript(
+        [this](std::string const& script) { out_ << "panel: " << script << std::endl; });
 
     int status = 0;
     {

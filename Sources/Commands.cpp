@@ -88,11 +88,11 @@ Host::GSErrCode DoToggleMaskInstances() {
 }
 
 Host::GSErrCode DoShowPanel() {
-    if (!WebAppPalette::HasInstance()) {
-        Logger::Get().Log(LogLevel::Warn, "Velmora: web app panel is not available in this build");
-        Host::Get().WriteReport("Velmora: the web app panel is not available in this build yet.",
-                                false);
-    }
+    if (!WebAppPalette::HasInstance())
+        WebAppPalette::CreateInstance();
+    // The host may have refused the window; that is logged where it happened.
+    if (WebAppPalette::HasInstance())
+        WebAppPalette::GetInstance().Toggle();
     return Host::Error::NoError;
 }
 

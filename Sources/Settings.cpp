@@ -75,6 +75,10 @@ Settings& Settings::Get() {
     return settings;
 }
 
+char const* Settings::DefaultWebAppUrl() {
+    return kDefaultWebAppUrl;
+}
+
 Settings::Settings() : webAppUrl(kDefaultWebAppUrl), apiBaseUrl(kDefaultApiBaseUrl) {}
 
 std::string Settings::Serialize() const {

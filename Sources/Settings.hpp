@@ -24,6 +24,8 @@ public:
     static constexpr std::uint32_t kBlobVersion = 2;
 
     static Settings& Get();
+    // The web app the panel loads when webAppUrl is empty.
+    static char const* DefaultWebAppUrl();
 
     Settings();
     Settings(Settings const&) = delete;

@@ -4,6 +4,7 @@
 // Calls are made on the host's main thread only.
 #pragma once
 
+#include "Host/DialogPort.hpp"
 #include "Host/HostTypes.hpp"
 #include "Host/ModelerApi.hpp"
 
@@ -72,6 +73,9 @@ public:
     // Saves the current window as a picture.
     virtual GSErrCode Save(const API_FileSavePars* fileSavePars,
                            const API_SavePars_Picture* formatPars) = 0;
+    // One handler for the events in eventTypes; a null handler stops catching.
+    virtual GSErrCode CatchProjectEvent(GSFlags eventTypes,
+                                        APIProjectEventHandlerProc* handlerProc) = 0;
 };
 
 class WindowApi {
@@ -152,6 +156,8 @@ public:
     virtual RenderingApi& Rendering() = 0;
     virtual ProjectSettingsApi& ProjectSettings() = 0;
     virtual UserInputApi& UserInput() = 0;
+    // The dialog toolkit (DG::Palette, DG::Browser, DG::GetCefDebugPort).
+    virtual DialogApi& Dialog() = 0;
 
     // Calls the host keeps outside any group.
     virtual void WriteReport(const std::string& text, bool withDial) = 0;

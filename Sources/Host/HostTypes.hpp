@@ -120,6 +120,20 @@ using APICommandCallBackProc = void(GSHandle* paramsHandle, GSPtr resultData, GS
 using APIPaletteControlCallBackProc = GSErrCode(Int32 referenceID, API_PaletteMessageID messageID,
                                                 std::intptr_t param);
 
+// Project and application events: bit flags, several may be caught with one handler.
+enum API_NotifyEventID : Int32 {
+    APINotify_New = 0x00000001,
+    APINotify_NewAndReset = 0x00000002,
+    APINotify_Open = 0x00000004,
+    APINotify_PreSave = 0x00000008,
+    APINotify_Save = 0x00000010,
+    APINotify_Close = 0x00000020,
+    APINotify_Quit = 0x00000040,
+    APINotify_TempSave = 0x00000080,
+};
+
+using APIProjectEventHandlerProc = GSErrCode(API_NotifyEventID notifID, Int32 param);
+
 // ---- Elements ------------------------------------------------------------------------------
 
 // The host's element type ids; the numbers are the host's and must never be reordered.

@@ -62,7 +62,7 @@ void FakeHost::InstallDefaults() {
             preferences.assign(static_cast<char const*>(data), std::size_t(size));
             return Host::Error::NoError;
         }));
-    ON_CALL(*this, RegisterModelessWindow(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
+    InstallPaletteDefaults();
     ON_CALL(*this, GetOwnResModule()).WillByDefault(Return(Host::GSResModule(1)));
     ON_CALL(*this, RSGetIndString(_, _, _, _))
         .WillByDefault(Invoke(
@@ -91,6 +91,29 @@ void FakeHost::InstallCommunicationDefaults() {
         .WillByDefault(Invoke([this](Host::GSType, Host::Int32, Host::APIModulCommandProc* proc) {
             std::lock_guard<std::mutex> lock(mutex_);
             commandHandler_ = proc;
+            return Host::Error::NoError;
+        }));
+}
+
+// A reference id registers once; the project-event handler is replaced by each call.
+void FakeHost::InstallPaletteDefaults() {
+    ON_CALL(*this, RegisterModelessWindow(_, _, _, _))
+        .WillByDefault(
+            Invoke([this](Host::Int32 referenceID, Host::APIPaletteControlCallBackProc* callBack,
+                          Host::GSFlags, const Host::API_Guid&) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                for (auto const& registered : palettes_) {
+                    if (registered.first == referenceID)
+                        return Host::Error::BadId;
+                }
+                palettes_.emplace_back(referenceID, callBack);
+                return Host::Error::NoError;
+            }));
+    ON_CALL(projectOperation, CatchProjectEvent(_, _))
+        .WillByDefault(Invoke([this](Host::GSFlags types, Host::APIProjectEventHandlerProc* proc) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            projectEventHandler_ = proc;
+            projectEventTypes_ = proc != nullptr ? types : 0;
             return Host::Error::NoError;
         }));
 }
@@ -146,6 +169,39 @@ Host::APIMenuCommandProc* FakeHost::MenuHandler(short menu) const {
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = menuHandlers_.find(menu);
     return found == menuHandlers_.end() ? nullptr : found->second;
+}
+
+Host::APIProjectEventHandlerProc* FakeHost::ProjectEventHandler() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return projectEventHandler_;
+}
+
+Host::GSFlags FakeHost::ProjectEventTypes() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return projectEventTypes_;
+}
+
+Host::GSErrCode FakeHost::SendProjectEvent(Host::API_NotifyEventID event) {
+    Host::APIProjectEventHandlerProc* handler = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if ((projectEventTypes_ & Host::GSFlags(event)) != 0)
+            handler = projectEventHandler_;
+    }
+    return handler != nullptr ? handler(event, 0) : Host::Error::NoError;
+}
+
+Host::GSErrCode FakeHost::SendPaletteMessage(Host::API_PaletteMessageID message,
+                                             std::intptr_t param) {
+    std::vector<std::pair<Host::Int32, Host::APIPaletteControlCallBackProc*>> palettes;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        palettes = palettes_;
+    }
+    Host::GSErrCode result = Host::Error::BadId;
+    for (auto const& [referenceID, callBack] : palettes)
+        result = callBack(referenceID, message, param);
+    return result;
 }
 
 void FakeHost::RunEventLoop() {

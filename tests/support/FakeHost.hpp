@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Host/HostPort.hpp"
+#include "support/FakeDialog.hpp"
 
 #include <gmock/gmock.h>
 
@@ -70,6 +71,8 @@ public:
     MOCK_METHOD(Host::GSErrCode, Project, (Host::API_ProjectInfo*), (override));
     MOCK_METHOD(Host::GSErrCode, Save,
                 (const Host::API_FileSavePars*, const Host::API_SavePars_Picture*), (override));
+    MOCK_METHOD(Host::GSErrCode, CatchProjectEvent,
+                (Host::GSFlags, Host::APIProjectEventHandlerProc*), (override));
 };
 
 class MockView : public Host::ViewApi {
@@ -143,6 +146,7 @@ public:
     Host::RenderingApi& Rendering() override { return rendering; }
     Host::ProjectSettingsApi& ProjectSettings() override { return projectSettings; }
     Host::UserInputApi& UserInput() override { return userInput; }
+    Host::DialogApi& Dialog() override { return dialog; }
 
     MOCK_METHOD(void, WriteReport, (const std::string&, bool), (override));
     MOCK_METHOD(Host::GSErrCode, GetPreferences, (Host::Int32*, Host::GSSize*, void*), (override));
@@ -162,6 +166,13 @@ public:
     std::vector<Report> Reports() const;
     Host::GSFlags MenuFlags(short menu, Host::Int32 item) const;
     Host::APIMenuCommandProc* MenuHandler(short menu) const;
+    // The project-event handler and the events it catches, as the last call left them.
+    Host::APIProjectEventHandlerProc* ProjectEventHandler() const;
+    Host::GSFlags ProjectEventTypes() const;
+    // Sends an event as the host does: only to a handler that catches it.
+    Host::GSErrCode SendProjectEvent(Host::API_NotifyEventID event);
+    // The palette control callback the add-on registered, called like the host does.
+    Host::GSErrCode SendPaletteMessage(Host::API_PaletteMessageID message, std::intptr_t param = 0);
 
     // Runs the add-on's own command once per pending event-loop call, like the host's loop.
     void RunEventLoop();
@@ -180,6 +191,7 @@ public:
     testing::NiceMock<MockRendering> rendering;
     testing::NiceMock<MockProjectSettings> projectSettings;
     testing::NiceMock<MockUserInput> userInput;
+    testing::NiceMock<FakeDialog> dialog;
 
     std::string preferences; // the stored blob
     Host::Int32 preferencesVersion = 0;
@@ -190,12 +202,16 @@ private:
     void InstallCommunicationDefaults();
     void InstallModelDefaults();
     void InstallViewDefaults();
+    void InstallPaletteDefaults();
 
     mutable std::mutex mutex_;
     std::vector<Report> reports_;
     std::map<std::pair<short, Host::Int32>, Host::GSFlags> menuFlags_;
     std::map<short, Host::APIMenuCommandProc*> menuHandlers_;
     Host::APIModulCommandProc* commandHandler_ = nullptr;
+    Host::APIProjectEventHandlerProc* projectEventHandler_ = nullptr;
+    Host::GSFlags projectEventTypes_ = 0;
+    std::vector<std::pair<Host::Int32, Host::APIPaletteControlCallBackProc*>> palettes_;
     int pendingCalls_ = 0;
 };
 
