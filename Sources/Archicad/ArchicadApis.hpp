@@ -59,6 +59,8 @@ public:
     Host::GSErrCode Project(Host::API_ProjectInfo* projectInfo) override;
     Host::GSErrCode Save(const Host::API_FileSavePars* fileSavePars,
                          const Host::API_SavePars_Picture* formatPars) override;
+    Host::GSErrCode CatchProjectEvent(Host::GSFlags eventTypes,
+                                      Host::APIProjectEventHandlerProc* handlerProc) override;
 };
 
 class WindowApi final : public Host::WindowApi {
@@ -106,6 +108,16 @@ public:
         const Host::ElementColorTable& highlightedElems, const std::optional<bool>& wireframe3D,
         const std::optional<Host::API_RGBAColor>& nonHighlightedElemsColor) override;
     void ClearElementHighlight() override;
+};
+
+class DialogApi final : public Host::DialogApi {
+public:
+    Host::GSErrCode CreatePalette(Host::GSResModule resModule, short resId,
+                                  Host::GSResModule dialIconResModule, Host::API_Guid const& guid,
+                                  std::unique_ptr<Host::DG::Palette>* palette) override;
+    Host::GSErrCode CreateBrowser(Host::DG::Palette& panel, short item,
+                                  std::unique_ptr<Host::DG::Browser>* browser) override;
+    std::uint16_t GetCefDebugPort() override;
 };
 
 } // namespace Velmora::Archicad

@@ -25,6 +25,7 @@ public:
     Host::RenderingApi& Rendering() override { return rendering_; }
     Host::ProjectSettingsApi& ProjectSettings() override { return projectSettings_; }
     Host::UserInputApi& UserInput() override { return userInput_; }
+    Host::DialogApi& Dialog() override { return dialog_; }
 
     void WriteReport(const std::string& text, bool withDial) override;
     Host::GSErrCode GetPreferences(Host::Int32* version, Host::GSSize* nByte, void* data) override;
@@ -56,6 +57,7 @@ private:
     RenderingApi rendering_;
     ProjectSettingsApi projectSettings_;
     UserInputApi userInput_;
+    DialogApi dialog_;
 };
 
 // Installs the port (created on the first call of this load) and returns it.

@@ -72,6 +72,20 @@ struct PaletteKind {
     }
 };
 
+struct ProjectEventKind {
+    using HostProc = ::APIProjectEventHandlerProc;
+    using PortProc = Host::APIProjectEventHandlerProc;
+    using Key = int; // one handler
+    static constexpr std::size_t kSlots = 1;
+    inline static SlotTable<Key, PortProc, kSlots> table;
+
+    static GSErrCode Forward(PortProc* handler, ::API_NotifyEventID notifID, Int32 param) {
+        // The port numbers the events as the host's bit flags.
+        return handler == nullptr ? NoError
+                                  : handler(static_cast<Host::API_NotifyEventID>(notifID), param);
+    }
+};
+
 } // namespace
 
 ::APIMenuCommandProc* ForMenu(short menuStrResID, Host::APIMenuCommandProc* handler) {
@@ -91,6 +105,10 @@ struct PaletteKind {
 ::APIPaletteControlCallBackProc* ForPalette(Int32 referenceID,
                                             Host::APIPaletteControlCallBackProc* handler) {
     return ClaimTrampoline<PaletteKind>(referenceID, handler);
+}
+
+::APIProjectEventHandlerProc* ForProjectEvents(Host::APIProjectEventHandlerProc* handler) {
+    return ClaimTrampoline<ProjectEventKind>(0, handler);
 }
 
 } // namespace Velmora::Archicad::Callbacks

@@ -19,5 +19,7 @@ namespace Velmora::Archicad::Callbacks {
 ::APICommandCallBackProc* ForEventLoopCallBack(Host::APICommandCallBackProc* callback);
 ::APIPaletteControlCallBackProc* ForPalette(Int32 referenceID,
                                             Host::APIPaletteControlCallBackProc* handler);
+// The host keeps one project-event handler per add-on.
+::APIProjectEventHandlerProc* ForProjectEvents(Host::APIProjectEventHandlerProc* handler);
 
 } // namespace Velmora::Archicad::Callbacks

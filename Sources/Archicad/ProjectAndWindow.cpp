@@ -1,6 +1,7 @@
 // The project, the front window, special folders and saving the window as a picture.
 #include "ArchicadApis.hpp"
 
+#include "Callbacks.hpp"
 #include "HostText.hpp"
 
 #include "ACAPinc.h"
@@ -79,6 +80,18 @@ Host::GSErrCode ProjectOperationApi::Save(const Host::API_FileSavePars* fileSave
     }
     return ACAPI_ProjectOperation_Save(fileSavePars != nullptr ? &apiSavePars : nullptr,
                                        formatPars != nullptr ? &apiPicture : nullptr);
+}
+
+Host::GSErrCode
+ProjectOperationApi::CatchProjectEvent(Host::GSFlags eventTypes,
+                                       Host::APIProjectEventHandlerProc* handlerProc) {
+    ::APIProjectEventHandlerProc* trampoline = nullptr;
+    if (handlerProc != nullptr) {
+        trampoline = Callbacks::ForProjectEvents(handlerProc);
+        if (trampoline == nullptr)
+            return APIERR_GENERAL;
+    }
+    return ACAPI_ProjectOperation_CatchProjectEvent(eventTypes, trampoline);
 }
 
 Host::GSErrCode WindowApi::GetCurrentWindow(Host::API_WindowInfo* windowInfo) {
