@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <map>
 
 namespace Velmora::Sim {
 
@@ -68,6 +69,16 @@ std::optional<SimAction> ParsePageAction(std::string const& text, std::string& e
     return action;
 }
 
+// Actions that are a single word.
+std::map<std::string, SimAction::Kind> const kWordActions = {
+    {"extract", SimAction::Kind::Extract},
+    {"export", SimAction::Kind::Export},
+    {"send", SimAction::Kind::Send},
+    {"paths", SimAction::Kind::ShowPaths},
+    {"print:settings", SimAction::Kind::PrintSettings},
+    {"print:log", SimAction::Kind::PrintLog},
+};
+
 std::optional<SimAction> ParseAction(std::string const& text, std::string& error) {
     std::optional<SimAction> action;
     if (text.rfind("menu:", 0) == 0) {
@@ -78,29 +89,25 @@ std::optional<SimAction> ParseAction(std::string const& text, std::string& error
         action = ParseTriggerAction(text, error);
     } else if (text.rfind("wait:", 0) == 0) {
         long ms = 0;
-        if (ParseInt(text.substr(5), 0, 3600000, ms))
-            action = SimAction{SimAction::Kind::Wait, text, 0, 0, {}, static_cast<int>(ms), {}, {}};
-        else
+        if (ParseInt(text.substr(5), 0, 3600000, ms)) {
+            action = SimAction{};
+            action->kind = SimAction::Kind::Wait;
+            action->waitMs = static_cast<int>(ms);
+        } else {
             error = "bad wait action '" + text + "': expected wait:MILLISECONDS";
+        }
     } else if (text == "menus" || text.rfind("menus:", 0) == 0) {
         long menu = 0;
-        if (text == "menus" || ParseInt(text.substr(6), 1, 32767, menu))
-            action = SimAction{
-                SimAction::Kind::ShowMenus, text, static_cast<short>(menu), 0, {}, 0, {}, {}};
-        else
+        if (text == "menus" || ParseInt(text.substr(6), 1, 32767, menu)) {
+            action = SimAction{};
+            action->kind = SimAction::Kind::ShowMenus;
+            action->menu = static_cast<short>(menu);
+        } else {
             error = "bad menus action '" + text + "': expected menus or menus:MENU";
-    } else if (text == "extract") {
-        action = SimAction{SimAction::Kind::Extract, text, 0, 0, {}, 0, {}, {}};
-    } else if (text == "export") {
-        action = SimAction{SimAction::Kind::Export, text, 0, 0, {}, 0, {}, {}};
-    } else if (text == "send") {
-        action = SimAction{SimAction::Kind::Send, text, 0, 0, {}, 0, {}, {}};
-    } else if (text == "paths") {
-        action = SimAction{SimAction::Kind::ShowPaths, text, 0, 0, {}, 0, {}, {}};
-    } else if (text == "print:settings") {
-        action = SimAction{SimAction::Kind::PrintSettings, text, 0, 0, {}, 0, {}, {}};
-    } else if (text == "print:log") {
-        action = SimAction{SimAction::Kind::PrintLog, text, 0, 0, {}, 0, {}, {}};
+        }
+    } else if (auto const word = kWordActions.find(text); word != kWordActions.end()) {
+        action = SimAction{};
+        action->kind = word->second;
     } else {
         error = "unknown action '" + text + "' (see --help)";
     }
@@ -244,10 +251,10 @@ Options:
 The simulated 3D window:
 )" + std::string(WindowOptionsUsage()) +
            R"(
-Output: one line per report-window message, "report: TEXT" or "alert: TEXT"; one per
-progress event of a model send, "progress: STATUS PERCENT%"; one line "panel: SCRIPT" per
-script the add-on runs in the panel's page (its events among them); one line
-"page: FUNCTION -> RESULT" per page action, RESULT as JSON.
+Output: one line per report-window message, "report: TEXT" or "alert: TEXT"; one line
+"panel: SCRIPT" per script the add-on runs in the panel's page (its events among them); one
+line "page: FUNCTION -> RESULT" per page action, RESULT as JSON; one line per progress event
+of a model send, "progress: STATUS PERCENT%".
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
 call is made off the main thread; 2 for a bad command line or scene file.
 )";

@@ -233,7 +233,7 @@ int Runner::Run() {
     host.OnReport([this](SimReport const& report) {
         out_ << (report.alert ? "alert: " : "report: ") << report.text << std::endl;
     });
-    // A model send's progress also becomes lines of output.
+    // There is no panel here: its progress bar becomes lines of output.
     SetProgressObserver([this](ExtractionKind, int percent, std::string const& status) {
         out_ << "progress: " << status << " " << percent << "%" << std::endl;
     });

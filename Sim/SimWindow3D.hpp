@@ -43,6 +43,14 @@ public:
     RenderedPicture RenderPicture();
     RenderedPicture const& LastPicture() const { return lastPicture_; }
 
+    // The window's state as the user sees it, read without a port call (and so without any
+    // planned fault): the applied settings, a change still waiting for a rebuild, the style,
+    // and whether a highlight is shown.
+    Host::API_3DWindowInfo const& AppliedWindowSets() const { return applied_; }
+    bool HasPendingWindowSets() const { return pending_.has_value(); }
+    Host::API_3DStyle const& Current3DStyle() const { return style_; }
+    bool IsHighlightShown() const { return highlightOn_; }
+
     Host::GSErrCode ShowAllIn3D() override;
     Host::GSErrCode Redraw() override;
     Host::GSErrCode Get3DWindowSets(Host::API_3DWindowInfo* windowInfo) override;

@@ -22,6 +22,9 @@ std::mutex gMutex;
 // Delayed posts whose sleeper thread has not yet handed its work to the queue.
 std::atomic<int> gPendingSleepers{0};
 
+constexpr int kRetryDelayMs = 100;
+constexpr int kRetryRounds = 50;
+
 void Enqueue(std::function<void()> fn) {
     std::lock_guard<std::mutex> lock(gMutex);
     gQueue.push_back(std::move(fn));
@@ -48,11 +51,40 @@ Host::GSErrCode DispatchCommandHandler(Host::GSHandle /*params*/, Host::GSPtr /*
     return Host::Error::NoError;
 }
 
+// Any thread: a request that throws counts as refused, so that no poster's thread dies of it.
 Host::GSErrCode RequestDispatch() {
     Host::API_ModulID const self = MainThreadDispatcher::OwnModuleId();
-    return Host::Get().AddOnAddOnCommunication().CallFromEventLoop(
-        &self, MainThreadDispatcher::kCommandId, MainThreadDispatcher::kCommandVersion, nullptr,
-        true, nullptr);
+    try {
+        return Host::Get().AddOnAddOnCommunication().CallFromEventLoop(
+            &self, MainThreadDispatcher::kCommandId, MainThreadDispatcher::kCommandVersion, nullptr,
+            true, nullptr);
+    } catch (...) {
+        return Host::Error::General;
+    }
+}
+
+bool QueueEmpty() {
+    std::lock_guard<std::mutex> lock(gMutex);
+    return gQueue.empty();
+}
+
+// After a refused request the queued work would wait for some unrelated later post, which may
+// never come (an extraction would stay in flight for good): ask again a little later, until a
+// request is accepted, the queue has been run, or about five seconds have passed.
+void RequestDispatchLater() {
+    gPendingSleepers.fetch_add(1);
+    try {
+        std::thread([] {
+            for (int round = 0; round < kRetryRounds && !QueueEmpty(); ++round) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(kRetryDelayMs));
+                if (QueueEmpty() || RequestDispatch() == Host::Error::NoError)
+                    break;
+            }
+            gPendingSleepers.fetch_sub(1);
+        }).detach();
+    } catch (...) {
+        gPendingSleepers.fetch_sub(1);
+    }
 }
 
 void SleepThenPost(int delayMs, std::function<void()> fn) {
@@ -78,9 +110,11 @@ void MainThreadDispatcher::Post(std::function<void()> fn) {
     if (!fn)
         return;
     Enqueue(std::move(fn));
-    if (RequestDispatch() != Host::Error::NoError)
+    if (RequestDispatch() != Host::Error::NoError) {
         Logger::Get().Log(LogLevel::Warn,
                           "MainThreadDispatcher: CallFromEventLoop failed, item deferred");
+        RequestDispatchLater();
+    }
 }
 
 void MainThreadDispatcher::PostAfter(int delayMs, std::function<void()> fn) {

@@ -175,6 +175,18 @@ bool TryHighResCapture(ExtractOptions const& opt, Host::API_3DWindowInfo const& 
     return true;
 }
 
+// A throw from the tiled capture (the window is restored by its own guard) degrades like any
+// other failure after the native save: the native capture ships, and its file is not lost.
+bool TryHighResCaptureGuarded(ExtractOptions const& opt, Host::API_3DWindowInfo const& windowInfo,
+                              ExtractedView const& view, std::string& shippedPath) {
+    try {
+        return TryHighResCapture(opt, windowInfo, view, shippedPath);
+    } catch (...) {
+        Log(LogLevel::Warn, "tiled capture threw; shipping the native capture (window restored)");
+        return false;
+    }
+}
+
 void FillSafeFrame(ExtractedView& view) {
     if (!view.safeFrameOn)
         return;
@@ -296,7 +308,7 @@ ExtractedView ExtractCurrentView(ExtractOptions const& opt) {
     }
     char const* mode = "WYSIWYG)";
     if (haveWindowInfo && view.windowWidth >= 1 && view.windowHeight >= 1 &&
-        TryHighResCapture(opt, windowInfo, view, shipped))
+        TryHighResCaptureGuarded(opt, windowInfo, view, shipped))
         mode = "tiled high-res)";
 
     view.jpegPath = shipped;

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <future>
+#include <stdexcept>
 #include <thread>
 
 namespace Velmora::Testing {
@@ -74,6 +75,21 @@ TEST_F(DispatcherTest, EachPostRequestsTheOwnCommandOutsideTheLockAndAFailedRequ
     EXPECT_TRUE(requestUnlocked && queuedBeforeRequest && workUnlocked);
     EXPECT_THAT(LogText(), testing::MatchesRegex("(.{24} \\[WARN \\] MainThreadDispatcher: "
                                                  "CallFromEventLoop failed, item deferred\n){3}"));
+}
+
+// Catches work stranded in the queue after a refused (or throwing) request: when nothing else
+// posts, an extraction would stay in flight for good and a poster's thread would die.
+TEST_F(DispatcherTest, ARefusedRequestIsAskedAgainUntilTheHostAcceptsIt) {
+    EXPECT_CALL(host.communication, CallFromEventLoop)
+        .WillOnce(testing::Return(Host::Error::General))
+        .WillOnce(testing::Throw(std::runtime_error("the host threw")))
+        .WillRepeatedly(testing::DoDefault());
+    MainThreadDispatcher::Post(Record(1));
+    EXPECT_TRUE(WaitUntil([&] {
+        host.RunEventLoop();
+        return ran.size() == 1;
+    }));
+    EXPECT_TRUE(WaitUntil(MainThreadDispatcher::IsIdle));
 }
 
 TEST_F(DispatcherTest, DelayedPostsSleepOnThreadsOfTheirOwnAndCountAsPendingUntilPosted) {

@@ -112,6 +112,60 @@ TEST(MaskPassReference, SnapMatchesTheRuleForEveryColour) {
     }
 }
 
+// The rule for one pixel, written out plainly.
+void ExpectSnappedByRule(const Bytes& in, const Bytes& snapped, const Bytes& inUse, int floor,
+                         long limit) {
+    for (std::size_t at = 0; at < in.size(); at += 3) {
+        const int d[3] = {Digit(in[at]), Digit(in[at + 1]), Digit(in[at + 2])};
+        long error = 0;
+        for (int c = 0; c < 3; ++c) {
+            error += long(in[at + c] - Level(d[c])) * (in[at + c] - Level(d[c]));
+        }
+        const int index = ((169 * d[0] + 13 * d[1] + d[2]) * 1548) % 2197;
+        const bool keep = std::min({in[at], in[at + 1], in[at + 2]}) < floor && inUse[index] != 0 &&
+                          (limit < 0 || error <= limit);
+        for (int c = 0; c < 3; ++c) {
+            ASSERT_EQ(snapped[at + c], keep ? Level(d[c]) : 255)
+                << "pixel " << at / 3 << " floor " << floor << " limit " << limit;
+        }
+    }
+}
+
+// Fault: a block pass that trusts a colour window too far (a limit between two window widths, a
+// floor just above a level plus its window), mixes up the runs of a block (edges, a third colour
+// or a lone pixel in the middle, white beside colour), or drops the pixels after the last block.
+// Runs of jittered lattice colours, some far off, some white, at random lengths.
+TEST(MaskPassReference, SnapMatchesTheRuleOnJitteredRuns) {
+    std::mt19937 rng(31);
+    const Bytes inUse = RandomBytes(2197, rng, 2);
+    Bytes runs;
+    // Kinds: white, far off, just above the top level (240), then jitter of 1, 4, 5, 9 and 10:
+    // each side of the windows of limits 64 and none.
+    const int reachOf[] = {0, 16, 9, 1, 4, 5, 9, 10};
+    while (runs.size() < std::size_t{3} * 4099) {
+        const std::size_t length = 1 + rng() % (rng() % 4 == 0 ? 3 : 40);
+        const int kind = int(rng() % 8);
+        const int level = Level(int(rng() % 13));
+        for (std::size_t i = 0; i < length; ++i) {
+            for (int c = 0; c < 3; ++c) {
+                const int reach = reachOf[kind];
+                const int value = kind == 0   ? 250 + int(rng() % 6)
+                                  : kind == 2 ? 240 + int(rng() % (reach + 1))
+                                              : level + int(rng() % (2 * reach + 1)) - reach;
+                runs.push_back(static_cast<unsigned char>(std::clamp(value, 0, 255)));
+            }
+        }
+    }
+    runs.resize(std::size_t{3} * 4099); // 256 blocks and three pixels
+    for (const int floor : {250, 0, 1, 200, 241, 245, 255}) {
+        for (const long limit : {64L, -1L, 0L, 2L, 3L, 47L, 48L, 74L, 75L, 242L, 243L, 1000L}) {
+            Bytes snapped = runs;
+            SnapRgbToLatticeSet(snapped, 4099, 1, inUse, static_cast<unsigned char>(floor), limit);
+            ExpectSnappedByRule(runs, snapped, inUse, floor, limit);
+        }
+    }
+}
+
 // Fault: a crop, scale, foreground count or BMP decode that drops, shifts or swaps a byte on some
 // size or offset the hand-written cases miss.
 TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace Velmora::Testing {
@@ -120,4 +121,37 @@ TEST_F(VelmoraSimTest, EveryHostCallIsMadeOnTheMainThread) {
 }
 
 } // namespace
+// The panel end to end: a page call before sign-in gets the error event and an alert; once
+// signed in, a failed capture reaches the page as an event and the report window without an
+// alert; the menu item hides the panel again and the quit releases it before FreeData.
+TEST_F(VelmoraSimTest, PanelShowsEventsOfPageStartedWorkAndHidesFromTheMenu) {
+    SimRun const run = Run({"--fail", "ACAPI_Window_GetCurrentWindow:1:0x8106006B", "menu:32500:1",
+                            "page:requestExtract", "page:onAuthToken:T", "page:getAuthToken",
+                            "page:requestExtract:{\"includeMask\":false}", "menu:32500:1",
+                            "menus:32500", "page:nosuch"});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_THAT(run.err, HasSubstr("page:nosuch: the page has no window.velmora.nosuch"));
+    std::string const signIn = "Velmora: please sign in via the Velmora panel before extracting.";
+    std::string const noView = "Velmora: please open a 3D view before extracting.";
+    auto const event = [](std::string const& action, std::string const& fields) {
+        return "panel: window.postMessage({\"action\":\"" + action + "\",\"data\":{" + fields +
+               "\"kind\":\"view\",\"source\":\"ArchiCAD\"}},\"*\");";
+    };
+    std::vector<std::string> const lines = run.OutLines();
+    EXPECT_THAT(
+        lines,
+        IsSupersetOf(std::vector<std::string>{
+            "alert: " + signIn, "page: requestExtract -> false",
+            event("extractionError", "\"error\":\"" + signIn + "\","), "page: onAuthToken -> true",
+            "page: getAuthToken -> \"T\"", "page: requestExtract -> true",
+            event("extractionProgress", "\"progress\":5,\"status\":\"Capturing 3D view\","),
+            event("extractionError", "\"error\":\"" + noView + "\","), "report: " + noView,
+            "  32500:1 [ ] Velmora Panel"}));
+    auto const pulls = std::count_if(lines.begin(), lines.end(), [](std::string const& line) {
+        return line.rfind("panel: (function pull(n)", 0) == 0;
+    });
+    EXPECT_EQ(pulls, 1); // once on load; getAuthToken had the token
+    EXPECT_THAT(Log(), HasSubstr("WebAppPalette: window.velmora bridge re-sent"));
+}
+
 } // namespace Velmora::Testing

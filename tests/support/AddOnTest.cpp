@@ -2,6 +2,7 @@
 
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
+#include "Panel/WebAppPalette.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 #include "TriggerFilePoller.hpp"
@@ -40,6 +41,7 @@ AddOnTest::AddOnTest() {
 
 AddOnTest::~AddOnTest() {
     // Whatever a test left running must not outlive its HOME or its host.
+    WebAppPalette::DestroyInstance();
     TriggerFilePoller::Stop();
     MainThreadDispatcher::DrainNow();
     Logger::Get().Shutdown();

@@ -68,6 +68,8 @@ bool FakeBrowser::RegisterAsynchJSObject(std::shared_ptr<Host::JS::Object> obj) 
 }
 
 void FakeBrowser::Resize(short hGrow, short vGrow) {
+    if (palette.openMoveResizeBlocks == 0)
+        ++resizesOutsideMoveBlock;
     width += hGrow;
     height += vGrow;
 }

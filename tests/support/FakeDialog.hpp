@@ -86,6 +86,7 @@ public:
     int width = 440;
     int height = 680;
     bool refuseRegistration = false;
+    int resizesOutsideMoveBlock = 0; // the host lays out only moves inside Begin/End
 
 private:
     friend class FakeDialog;

@@ -44,6 +44,29 @@ TEST(Base64, EncodesTheRfc4648Vectors) {
         EXPECT_EQ(Encode(c.in), c.out) << c.out;
 }
 
+// Catches a wrong entry in the two-character table: group i holds i in its first 12 bits and
+// 4095 - i in its last, so every entry is reached from both halves; compared with the alphabet
+// read six bits at a time, for every tail length.
+TEST(Base64, EveryTwelveBitHalfMatchesTheAlphabetSixBitsAtATime) {
+    char const* const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    Bytes bytes;
+    std::string expected;
+    for (std::uint32_t i = 0; i < 4096; ++i) {
+        std::uint32_t const group = (i << 12) | (4095 - i);
+        bytes.insert(bytes.end(),
+                     {static_cast<unsigned char>(group >> 16),
+                      static_cast<unsigned char>(group >> 8), static_cast<unsigned char>(group)});
+        for (int shift = 18; shift >= 0; shift -= 6)
+            expected += alphabet[(group >> shift) & 0x3F];
+    }
+    EXPECT_EQ(Uploader::Base64Encode(bytes.data(), bytes.size()), expected);
+    for (std::size_t tail = 1; tail <= 2; ++tail) {
+        std::string const got = Uploader::Base64Encode(bytes.data(), bytes.size() - 3 + tail);
+        EXPECT_EQ(got.substr(0, expected.size() - 4), expected.substr(0, expected.size() - 4));
+        EXPECT_EQ(got.size(), expected.size()) << tail;
+    }
+}
+
 UploadRequest SampleRequest() {
     UploadRequest req;
     req.imageBytes = BytesOf("foobar");

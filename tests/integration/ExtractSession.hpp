@@ -1,0 +1,82 @@
+// One extraction end to end, in-process: a fresh home, the reference service on a free port
+// storing what it accepts, the simulated host with the add-on loaded and signed in, and
+// settings.cfg pointing the add-on at the service.
+#pragma once
+
+#include "DevServer/DevServer.hpp"
+#include "Sim/AddOnSession.hpp"
+#include "Sim/SimHost.hpp"
+#include "support/TempHome.hpp"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Velmora::Testing {
+
+constexpr char const* kServiceToken = "velmora-dev-token";
+
+struct ExtractSetup {
+    Sim::SimWindowOptions window;
+    std::string scenePath; // empty: the sample building
+    bool includeMask = true;
+    bool splitInstances = false;
+    int highResLongEdge = 256; // the least the settings file takes: no tiling at 960x540
+    bool debugDump = false;
+    std::vector<Sim::Fault> hostFaults;
+    std::vector<std::string> serviceFaults; // as velmora-devserver's --fault takes them
+};
+
+struct DecodedImage {
+    int width = 0, height = 0;
+    std::vector<unsigned char> rgb; // packed, rows top to bottom
+};
+
+bool DecodeJpegFile(std::filesystem::path const& path, DecodedImage& out);
+bool DecodePngFile(std::filesystem::path const& path, DecodedImage& out);
+
+class ExtractSession {
+public:
+    explicit ExtractSession(ExtractSetup const& setup);
+    ~ExtractSession();
+    ExtractSession(ExtractSession const&) = delete;
+    ExtractSession& operator=(ExtractSession const&) = delete;
+
+    // False when the service, the scene or the add-on could not be had; why() says why.
+    bool Ready() const { return error_.empty(); }
+    std::string const& Why() const { return error_; }
+
+    // Runs the extract command as the menu does and lets it settle; whileWaiting runs on the
+    // main thread between slices of the event loop. False when it did not settle.
+    bool Extract(std::function<void()> const& whileWaiting = {},
+                 std::chrono::milliseconds timeout = std::chrono::seconds(30));
+    // Unloads the add-on (its log is complete afterwards).
+    void Unload() { session_->Unload(); }
+
+    Sim::SimHost& Host() { return *host_; }
+    std::vector<Sim::SimReport> Reports() const { return host_->Reports(); }
+    std::filesystem::path StoreFolder() const { return home_.Path() / "store"; }
+    std::filesystem::path HostTempFolder() const { return home_.Path() / "host" / "Temporary"; }
+    std::filesystem::path LogFolder() const { return home_.LogFolder(); }
+    std::string LogText() const;
+    // Stored files whose names end in suffix, sorted.
+    std::vector<std::filesystem::path> Stored(std::string const& suffix) const;
+    std::vector<std::string> TempFiles() const;
+    // The service's request log (GET /_control/log), as "status" numbers in order.
+    std::vector<int> ServiceStatuses() const;
+
+private:
+    void WriteSettings(ExtractSetup const& setup) const;
+
+    TempHome home_;
+    int port_ = 0;
+    std::unique_ptr<DevServer::DevServer> service_;
+    std::unique_ptr<Sim::SimHost> host_;
+    std::unique_ptr<Sim::AddOnSession> session_;
+    std::string error_;
+};
+
+} // namespace Velmora::Testing
