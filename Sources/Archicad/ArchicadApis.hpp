@@ -1,5 +1,7 @@
 // The host port over Archicad's API: one class per port group, each a field-by-field
-// translation of the port's records to the host's and back.
+// translation of the port's records to the host's and back. Every adapter file includes the
+// port's headers before the DevKit's: the DevKit defines some of the port's names as macros
+// (APIFilt_*, RSGetIndString), which must not rewrite the port's own declarations.
 #pragma once
 
 #include "Host/HostPort.hpp"
