@@ -9,6 +9,9 @@
 #define VELMORA_PALETTE_BROWSER_ITEM 1
 
 // The 'MDID' registration resource (developer id, local id): the identity under which the
-// host knows this add-on. The dispatcher addresses its own event-loop calls with it.
-#define VELMORA_MDID_DEVELOPER 0x564C4D41 /* 'VLMA' */
-#define VELMORA_MDID_LOCAL 0x41434164     /* 'ACAd' */
+// host knows this add-on. The dispatcher addresses its own event-loop calls with it. These are
+// placeholders: replace them with the developer id Graphisoft registers for the vendor and a
+// local id generated for this add-on (see README); unregistered ids load only in the demo
+// version. Plain decimal numbers, as the resource compiler reads them.
+#define VELMORA_MDID_DEVELOPER 1447841089 /* 0x564C4D41, 'VLMA' */
+#define VELMORA_MDID_LOCAL 1094926692     /* 0x41434164, 'ACAd' */

@@ -1,0 +1,147 @@
+// The port passes these host enumerations on by number; compiled against the DevKit, this file
+// fails the build if the host ever numbers one of them differently from the port.
+#include "Host/HostTypes.hpp"
+
+#include "APIEnvir.h"
+
+#include "ACAPinc.h"
+
+namespace Velmora::Archicad {
+
+namespace {
+
+template <typename PortEnum, typename HostEnum>
+constexpr bool Same(PortEnum port, HostEnum host) {
+    return static_cast<long long>(port) == static_cast<long long>(host);
+}
+
+#define VELMORA_SAME_NUMBER(name)                                                                  \
+    static_assert(Same(Host::name, ::name), #name " is numbered differently by the host")
+
+VELMORA_SAME_NUMBER(APIAddon_DontRegister);
+VELMORA_SAME_NUMBER(APIAddon_Normal);
+VELMORA_SAME_NUMBER(APIAddon_Preload);
+VELMORA_SAME_NUMBER(MenuCode_UserDef);
+VELMORA_SAME_NUMBER(MenuCode_File);
+VELMORA_SAME_NUMBER(MenuCode_Tools);
+VELMORA_SAME_NUMBER(MenuCode_Palettes);
+VELMORA_SAME_NUMBER(APIPalMsg_ClosePalette);
+VELMORA_SAME_NUMBER(APIPalMsg_HidePalette_Begin);
+VELMORA_SAME_NUMBER(APIPalMsg_HidePalette_End);
+VELMORA_SAME_NUMBER(APIPalMsg_DisableItems_Begin);
+VELMORA_SAME_NUMBER(APIPalMsg_DisableItems_End);
+VELMORA_SAME_NUMBER(APIPalMsg_OpenPalette);
+VELMORA_SAME_NUMBER(APIPalMsg_IsPaletteVisible);
+VELMORA_SAME_NUMBER(API_ZombieWindowID);
+VELMORA_SAME_NUMBER(APIWind_FloorPlanID);
+VELMORA_SAME_NUMBER(APIWind_SectionID);
+VELMORA_SAME_NUMBER(APIWind_DetailID);
+VELMORA_SAME_NUMBER(APIWind_3DModelID);
+VELMORA_SAME_NUMBER(APIWind_LayoutID);
+VELMORA_SAME_NUMBER(APIWind_DrawingID);
+VELMORA_SAME_NUMBER(APIWind_ElevationID);
+VELMORA_SAME_NUMBER(APIAppl_ArchiCADID);
+VELMORA_SAME_NUMBER(APINotify_New);
+VELMORA_SAME_NUMBER(APINotify_NewAndReset);
+VELMORA_SAME_NUMBER(APINotify_Open);
+VELMORA_SAME_NUMBER(APINotify_PreSave);
+VELMORA_SAME_NUMBER(APINotify_Save);
+VELMORA_SAME_NUMBER(APINotify_Close);
+VELMORA_SAME_NUMBER(APINotify_Quit);
+VELMORA_SAME_NUMBER(APINotify_TempSave);
+VELMORA_SAME_NUMBER(API_ZombieAttrID);
+VELMORA_SAME_NUMBER(API_LayerID);
+VELMORA_SAME_NUMBER(API_MaterialID);
+VELMORA_SAME_NUMBER(APIRendSet_EffectsID);
+VELMORA_SAME_NUMBER(APIRendSet_ImageID);
+VELMORA_SAME_NUMBER(API3DModel_Block);
+VELMORA_SAME_NUMBER(API3DModel_WireFrame);
+VELMORA_SAME_NUMBER(API3DModel_Hiddenline);
+VELMORA_SAME_NUMBER(API3DModel_Shading);
+VELMORA_SAME_NUMBER(API_ApplicationPrefsFolderID);
+VELMORA_SAME_NUMBER(API_UserDocumentsFolderID);
+VELMORA_SAME_NUMBER(API_TemporaryFolderID);
+VELMORA_SAME_NUMBER(API_ZombieElemID);
+VELMORA_SAME_NUMBER(API_WallID);
+VELMORA_SAME_NUMBER(API_ColumnID);
+VELMORA_SAME_NUMBER(API_BeamID);
+VELMORA_SAME_NUMBER(API_WindowID);
+VELMORA_SAME_NUMBER(API_DoorID);
+VELMORA_SAME_NUMBER(API_ObjectID);
+VELMORA_SAME_NUMBER(API_LampID);
+VELMORA_SAME_NUMBER(API_SlabID);
+VELMORA_SAME_NUMBER(API_RoofID);
+VELMORA_SAME_NUMBER(API_MeshID);
+VELMORA_SAME_NUMBER(API_DimensionID);
+VELMORA_SAME_NUMBER(API_RadialDimensionID);
+VELMORA_SAME_NUMBER(API_LevelDimensionID);
+VELMORA_SAME_NUMBER(API_AngleDimensionID);
+VELMORA_SAME_NUMBER(API_TextID);
+VELMORA_SAME_NUMBER(API_LabelID);
+VELMORA_SAME_NUMBER(API_ZoneID);
+VELMORA_SAME_NUMBER(API_HatchID);
+VELMORA_SAME_NUMBER(API_LineID);
+VELMORA_SAME_NUMBER(API_PolyLineID);
+VELMORA_SAME_NUMBER(API_ArcID);
+VELMORA_SAME_NUMBER(API_CircleID);
+VELMORA_SAME_NUMBER(API_SplineID);
+VELMORA_SAME_NUMBER(API_HotspotID);
+VELMORA_SAME_NUMBER(API_CutPlaneID);
+VELMORA_SAME_NUMBER(API_CameraID);
+VELMORA_SAME_NUMBER(API_CamSetID);
+VELMORA_SAME_NUMBER(API_GroupID);
+VELMORA_SAME_NUMBER(API_SectElemID);
+VELMORA_SAME_NUMBER(API_DrawingID);
+VELMORA_SAME_NUMBER(API_PictureID);
+VELMORA_SAME_NUMBER(API_DetailID);
+VELMORA_SAME_NUMBER(API_ElevationID);
+VELMORA_SAME_NUMBER(API_InteriorElevationID);
+VELMORA_SAME_NUMBER(API_WorksheetID);
+VELMORA_SAME_NUMBER(API_HotlinkID);
+VELMORA_SAME_NUMBER(API_CurtainWallID);
+VELMORA_SAME_NUMBER(API_CurtainWallSegmentID);
+VELMORA_SAME_NUMBER(API_CurtainWallFrameID);
+VELMORA_SAME_NUMBER(API_CurtainWallPanelID);
+VELMORA_SAME_NUMBER(API_CurtainWallJunctionID);
+VELMORA_SAME_NUMBER(API_CurtainWallAccessoryID);
+VELMORA_SAME_NUMBER(API_ShellID);
+VELMORA_SAME_NUMBER(API_SkylightID);
+VELMORA_SAME_NUMBER(API_MorphID);
+VELMORA_SAME_NUMBER(API_ChangeMarkerID);
+VELMORA_SAME_NUMBER(API_StairID);
+VELMORA_SAME_NUMBER(API_RiserID);
+VELMORA_SAME_NUMBER(API_TreadID);
+VELMORA_SAME_NUMBER(API_StairStructureID);
+VELMORA_SAME_NUMBER(API_RailingID);
+VELMORA_SAME_NUMBER(API_RailingToprailID);
+VELMORA_SAME_NUMBER(API_RailingHandrailID);
+VELMORA_SAME_NUMBER(API_RailingRailID);
+VELMORA_SAME_NUMBER(API_RailingPostID);
+VELMORA_SAME_NUMBER(API_RailingInnerPostID);
+VELMORA_SAME_NUMBER(API_RailingBalusterID);
+VELMORA_SAME_NUMBER(API_RailingPanelID);
+VELMORA_SAME_NUMBER(API_RailingSegmentID);
+VELMORA_SAME_NUMBER(API_RailingNodeID);
+VELMORA_SAME_NUMBER(API_RailingBalusterSetID);
+VELMORA_SAME_NUMBER(API_RailingPatternID);
+VELMORA_SAME_NUMBER(API_RailingToprailEndID);
+VELMORA_SAME_NUMBER(API_RailingHandrailEndID);
+VELMORA_SAME_NUMBER(API_RailingRailEndID);
+VELMORA_SAME_NUMBER(API_RailingToprailConnectionID);
+VELMORA_SAME_NUMBER(API_RailingHandrailConnectionID);
+VELMORA_SAME_NUMBER(API_RailingRailConnectionID);
+VELMORA_SAME_NUMBER(API_RailingEndFinishID);
+VELMORA_SAME_NUMBER(API_BeamSegmentID);
+VELMORA_SAME_NUMBER(API_ColumnSegmentID);
+VELMORA_SAME_NUMBER(API_OpeningID);
+VELMORA_SAME_NUMBER(API_ExternalElemID);
+
+#undef VELMORA_SAME_NUMBER
+
+// Flag values the port passes on as they are.
+static_assert(Host::MenuItemFlag::Checked == API_MenuItemChecked, "menu check mark bit");
+static_assert(Host::MenuItemFlag::Disabled == API_MenuItemDisabled, "menu disabled bit");
+
+} // namespace
+
+} // namespace Velmora::Archicad
