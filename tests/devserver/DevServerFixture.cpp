@@ -1,5 +1,6 @@
 #include "DevServerFixture.hpp"
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -77,6 +78,10 @@ void DevServerTest::SetUp() {
     port = server->Start();
     ASSERT_GT(port, 0);
     client = std::make_unique<httplib::Client>("127.0.0.1", port);
+    // Refusing a 10 MB document takes the server seconds under ThreadSanitizer; the client's
+    // default five seconds would turn a slow answer into a failure.
+    client->set_read_timeout(std::chrono::seconds(120));
+    client->set_write_timeout(std::chrono::seconds(120));
 }
 
 void DevServerTest::TearDown() {
