@@ -63,6 +63,8 @@ function defineBridgeObject({ name, functions, prefix }) {
   window[name] = object;
 }
 
+const kHostOps = new Set(['load', 'exec', 'register', 'zoom']);
+
 class Driver {
   constructor(browser, page) {
     this.browser = browser;
@@ -72,6 +74,7 @@ class Driver {
     this.bindings = new Set();
     this.registered = new Set();
     this.queue = Promise.resolve();
+    this.hostQueue = Promise.resolve();
     this.closing = false;
     this.watchLoading();
   }
@@ -95,7 +98,9 @@ class Driver {
   }
 
   // Page calls wait on the add-on, which may be waiting on a queued command: answers bypass
-  // the queue, every other command runs after the one before it.
+  // the queues. What the add-on asks of its browser control (load, exec, register, zoom) runs
+  // in its own order and never waits behind what a user does (a click, or a wait whose page
+  // script calls into the add-on, which then runs a script of its own in the page).
   accept(message) {
     if (message.op === 'result') {
       const resolve = this.pendingCalls.get(message.call);
@@ -104,7 +109,10 @@ class Driver {
         resolve(typeof message.value === 'string' ? message.value : 'null');
       return;
     }
-    this.queue = this.queue.then(() => this.run(message));
+    if (kHostOps.has(message.op))
+      this.hostQueue = this.hostQueue.then(() => this.run(message));
+    else
+      this.queue = this.queue.then(() => this.run(message));
   }
 
   async run(message) {
