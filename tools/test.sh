@@ -63,7 +63,8 @@ velmora_build "$VELMORA_ROOT/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANI
 run_suites "$VELMORA_ROOT/build-asan" "tests under AddressSanitizer + UBSan"
 
 velmora_build "$VELMORA_ROOT/build-tsan" -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=thread -DVELMORA_TESTS=ON
-run_suites "$VELMORA_ROOT/build-tsan" "tests under ThreadSanitizer"
+TSAN_OPTIONS="suppressions=$VELMORA_ROOT/tools/tsan.supp" \
+    run_suites "$VELMORA_ROOT/build-tsan" "tests under ThreadSanitizer"
 
 velmora_build "$VELMORA_ROOT/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
