@@ -139,8 +139,7 @@ TEST_F(ChromiumBrowserEngineTest, LoadingStatesFollowLoadsAndThePagesOwnReloads)
     EXPECT_THAT(recorder.AwaitLoadingStates(4), ElementsAre(true, false, true, false));
     BrowserDriverReply const reload = Await(engine->Reload());
     EXPECT_TRUE(reload.ok) << reload.error;
-    EXPECT_THAT(recorder.AwaitLoadingStates(6),
-                ElementsAre(true, false, true, false, true, false));
+    EXPECT_THAT(recorder.AwaitLoadingStates(6), ElementsAre(true, false, true, false, true, false));
 }
 
 // Catches arguments that do not cross as JSON text, answers that do not resolve the page's
