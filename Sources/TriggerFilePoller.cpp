@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -34,7 +36,10 @@ constexpr Trigger kTriggers[] = {
 constexpr std::chrono::milliseconds kPollPeriod{200};
 
 bool gRunning = false; // main thread only
-std::atomic<bool> gStop{false};
+// Stop wakes the poller at once: FreeData must not wait out a poll period.
+std::mutex gStopMutex;
+std::condition_variable gStopSignal;
+bool gStop = false;  // guarded by gStopMutex
 std::thread gThread; // main thread only
 std::atomic<std::uint64_t> gCompletedPasses{0};
 
@@ -94,14 +99,25 @@ void CheckTrigger(fs::path const& folder, Trigger const& trigger) {
     }
 }
 
+// Waits one poll period; true as soon as a stop is requested.
+bool StopRequestedWithin(std::chrono::milliseconds period) {
+    std::unique_lock<std::mutex> lock(gStopMutex);
+    return gStopSignal.wait_for(lock, period, [] { return gStop; });
+}
+
+void SetStop(bool stop) {
+    {
+        std::lock_guard<std::mutex> lock(gStopMutex);
+        gStop = stop;
+    }
+    gStopSignal.notify_all();
+}
+
 void PollLoop(fs::path folder) {
     Logger::Get().Log(LogLevel::Info,
                       "TriggerFilePoller: watching " + folder.string() +
                           " for trigger_extract / trigger_send_model / trigger_export_model");
-    while (!gStop.load()) {
-        std::this_thread::sleep_for(kPollPeriod);
-        if (gStop.load())
-            break;
+    while (!StopRequestedWithin(kPollPeriod)) {
         for (Trigger const& trigger : kTriggers)
             CheckTrigger(folder, trigger);
         gCompletedPasses.fetch_add(1);
@@ -122,7 +138,7 @@ void TriggerFilePoller::Start() {
     }
     fs::path const folder = fs::path(configPath).parent_path();
     RemoveStaleTriggers(folder);
-    gStop.exchange(false);
+    SetStop(false);
     gThread = std::thread(PollLoop, folder);
     gRunning = true;
 }
@@ -130,7 +146,7 @@ void TriggerFilePoller::Start() {
 void TriggerFilePoller::Stop() {
     if (!gRunning)
         return;
-    gStop.exchange(true);
+    SetStop(true);
     if (gThread.joinable())
         gThread.join();
     gRunning = false;

@@ -22,7 +22,8 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-constexpr int kCaptureDelayMs = 250;
+constexpr int kDefaultCaptureDelayMs = 250;
+std::atomic<int> gCaptureDelayMs{kDefaultCaptureDelayMs};
 constexpr double kBlankMaskFraction = 0.004;
 
 std::atomic<bool> gInFlight{false};
@@ -317,6 +318,14 @@ bool IsExtractActive() {
     return gInFlight.load() || gOutcomePending.load();
 }
 
+int CaptureDelayMs() {
+    return gCaptureDelayMs.load();
+}
+
+void SetCaptureDelayMs(int delayMs) {
+    gCaptureDelayMs.store(delayMs < 0 ? 0 : delayMs);
+}
+
 Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options) {
     bool expected = false;
     if (!gInFlight.compare_exchange_strong(expected, true)) {
@@ -335,7 +344,7 @@ Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options) {
             return Host::Error::General;
         }
         PushProgress(5, "Capturing 3D view");
-        MainThreadDispatcher::PostAfter(kCaptureDelayMs,
+        MainThreadDispatcher::PostAfter(CaptureDelayMs(),
                                         [options, token] { RunCaptureTask(options, token); });
         return Host::Error::NoError;
     } catch (...) {

@@ -14,6 +14,12 @@ bool IsExtractInProgress();
 // main thread: false only when nothing of an extraction is left to run.
 bool IsExtractActive();
 
+// The pause between accepting an extraction and capturing, which lets the host finish
+// redrawing the 3D window; 250 ms. A host whose window redraws synchronously (the simulated
+// one) may be given a shorter pause.
+int CaptureDelayMs();
+void SetCaptureDelayMs(int delayMs);
+
 // Accepts the extraction and schedules the capture on the main thread; 0 when scheduled.
 Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options);
 

@@ -77,6 +77,7 @@ bool SweepOne(ExtractSetup setup, FaultPoint const& point, bool raise) {
     std::string const label =
         (raise ? "throw " : "fail ") + point.call + ":" + std::to_string(point.nth);
     setup.hostFaults = {{point.call, point.nth, Host::Error::General, raise}};
+    setup.captureDelayMs = 0;
     ExtractSession session(setup);
     if (!session.Ready()) {
         ADD_FAILURE() << label << ": " << session.Why();
@@ -135,6 +136,9 @@ ExtractSetup TiledSmallWindow() {
 // Catches a guard that forgets a restore, a temporary picture not deleted on an error path, an
 // in-flight flag left set, and a failure reported twice (or not at all).
 TEST(ExtractFaultSweep, EveryHostCallFailingOrThrowingLeavesTheHostAsItWas) {
+#ifdef VELMORA_THREAD_SANITIZED
+    GTEST_SKIP() << "the fault paths run on the main thread: swept in the other builds";
+#endif
     std::vector<SweepCase> const cases = {
         {"960x540 masked, vectorial engine", MaskedVectorialView()},
         {"240x135 tiled 3x3, masked", TiledSmallWindow()}};

@@ -1,6 +1,7 @@
 #include "ExtractSession.hpp"
 
 #include "Commands.hpp"
+#include "Extract/ExtractCommand.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 
@@ -72,6 +73,7 @@ bool DecodePngFile(fs::path const& path, DecodedImage& out) {
 
 ExtractSession::ExtractSession(ExtractSetup const& setup) {
     std::signal(SIGPIPE, SIG_IGN);
+    SetCaptureDelayMs(setup.captureDelayMs);
     fs::create_directories(StoreFolder());
     DevServer::DevServerOptions service;
     service.storeFolder = StoreFolder().string();
@@ -107,6 +109,7 @@ ExtractSession::~ExtractSession() {
     session_.reset();
     host_.reset();
     service_.reset();
+    SetCaptureDelayMs(ExtractSetup{}.captureDelayMs);
 }
 
 void ExtractSession::WriteSettings(ExtractSetup const& setup) const {

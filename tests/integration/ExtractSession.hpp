@@ -26,6 +26,7 @@ struct ExtractSetup {
     bool splitInstances = false;
     int highResLongEdge = 256; // the least the settings file takes: no tiling at 960x540
     bool debugDump = false;
+    int captureDelayMs = 250; // the simulated window redraws at once: sweeps need no pause
     std::vector<Sim::Fault> hostFaults;
     std::vector<std::string> serviceFaults; // as velmora-devserver's --fault takes them
 };
