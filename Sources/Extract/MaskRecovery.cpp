@@ -16,30 +16,33 @@ constexpr std::size_t kChannels = 3;
 constexpr unsigned char kWhite = 255;
 
 using ve_detail::U8x16;
+using U32x4 = std::uint32_t __attribute__((vector_size(16)));
 using I32x4 = std::int32_t __attribute__((vector_size(16)));
 using F32x4 = float __attribute__((vector_size(16)));
 
-// lround(c * 255 / r) clamped to a byte, 0 where r is 0. That is floor((510 c + r) / 2r) (a
-// true quotient is never within 1/510 of a half), with c first lowered to r, since the ratio
-// reaches 255 exactly when c >= r. Both sides are integers below 2^24, so floats hold them
-// exactly; the rounded quotient, below 256, is within 2^-16 of the true one, which lies at least
-// 1/510 below the next integer: truncating it gives the floor. Lanes hold one byte each.
-I32x4 Ratio4(I32x4 colour, I32x4 reference) {
-    const I32x4 numerator = (colour << 9) - (colour << 1) + reference;
-    const I32x4 denominator = (reference << 1) - (reference == 0); // 0 / 1 where r is 0
-    const F32x4 quotient =
-        __builtin_convertvector(numerator, F32x4) / __builtin_convertvector(denominator, F32x4);
-    return __builtin_convertvector(quotient, I32x4);
+// floor((510 c + r) / 2r) for lanes holding one byte each (unsigned, for the shifts; signed,
+// for the conversions SSE2 has), r at least 1. Both sides are integers below 2^24, so floats
+// hold them exactly; with c at most r the rounded quotient, below 256, is within 2^-16 of the
+// true one, which lies at least 1/510 below the next integer: truncating it gives the floor.
+U32x4 Ratio4(U32x4 colour, U32x4 reference) {
+    const F32x4 c = __builtin_convertvector(reinterpret_cast<I32x4>(colour), F32x4);
+    const F32x4 r = __builtin_convertvector(reinterpret_cast<I32x4>(reference), F32x4);
+    const F32x4 quotient = (c * 510.0f + r) / (r + r);
+    return reinterpret_cast<U32x4>(__builtin_convertvector(quotient, I32x4));
 }
 
-// 16 channels: byte k of every 32-bit lane goes through Ratio4 together and back to its place,
-// so bytes are spread and gathered by shifts and masks alone.
+// lround(c * 255 / r) clamped to a byte, 0 where r is 0, for 16 channels. That is
+// floor((510 c + r) / 2r) (a true quotient is never within 1/510 of a half), with c first lowered
+// to r, since the ratio reaches 255 exactly when c >= r; an r of 0 then has c 0 and is raised to
+// 1, giving floor(1 / 2) = 0. Byte k of every 32-bit lane goes through Ratio4 together and back
+// to its place, so bytes are spread and gathered by shifts and masks alone.
 U8x16 Ratio16(U8x16 colour, U8x16 reference) {
     const auto below = reinterpret_cast<U8x16>(colour < reference);
-    const auto clamped = reinterpret_cast<I32x4>((colour & below) | (reference & ~below));
-    const auto references = reinterpret_cast<I32x4>(reference);
-    const auto byte = [](I32x4 lanes, int shift) { return (lanes >> shift) & 0xFF; };
-    const I32x4 out = Ratio4(byte(clamped, 0), byte(references, 0)) |
+    const auto clamped = reinterpret_cast<U32x4>((colour & below) | (reference & ~below));
+    const auto zero = reinterpret_cast<U8x16>(reference == 0);
+    const auto references = reinterpret_cast<U32x4>(reference | (zero & 1));
+    const auto byte = [](U32x4 lanes, int shift) { return (lanes >> shift) & 0xFF; };
+    const U32x4 out = Ratio4(byte(clamped, 0), byte(references, 0)) |
                       Ratio4(byte(clamped, 8), byte(references, 8)) << 8 |
                       Ratio4(byte(clamped, 16), byte(references, 16)) << 16 |
                       Ratio4(byte(clamped, 24), byte(references, 24)) << 24;
