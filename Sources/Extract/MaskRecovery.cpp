@@ -36,7 +36,7 @@ U32x4 Ratio4(U32x4 colour, U32x4 reference) {
 // to r, since the ratio reaches 255 exactly when c >= r; an r of 0 then has c 0 and is raised to
 // 1, giving floor(1 / 2) = 0. Byte k of every 32-bit lane goes through Ratio4 together and back
 // to its place, so bytes are spread and gathered by shifts and masks alone.
-U8x16 Ratio16(U8x16 colour, U8x16 reference) {
+inline __attribute__((always_inline)) U8x16 Ratio16(U8x16 colour, U8x16 reference) {
     const auto below = reinterpret_cast<U8x16>(colour < reference);
     const auto clamped = reinterpret_cast<U32x4>((colour & below) | (reference & ~below));
     const auto zero = reinterpret_cast<U8x16>(reference == 0);
