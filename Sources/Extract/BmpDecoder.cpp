@@ -125,10 +125,12 @@ constexpr BlockMask kInPlace = PhaseMask(1);
 constexpr BlockMask kFromBehind = PhaseMask(2);
 
 void SwapBlockToRgb(const unsigned char* __restrict source, unsigned char* __restrict out) {
+    const unsigned char* ahead = source + kReach;
+    const unsigned char* behind = source - kReach;
     for (std::size_t at = 0; at < kBlockBytes; ++at) {
-        out[at] = static_cast<unsigned char>((source[at + kReach] & kFromAhead[at]) |
-                                             (source[at] & kInPlace[at]) |
-                                             (source[at - kReach] & kFromBehind[at]));
+        out[at] =
+            static_cast<unsigned char>((ahead[at] & kFromAhead[at]) | (source[at] & kInPlace[at]) |
+                                       (behind[at] & kFromBehind[at]));
     }
 }
 
