@@ -79,7 +79,7 @@ bool AnyLane(U8x16 lanes) {
 
 // 16 pixels, 16 bytes at a time: every byte sees its pixel's other two reference bytes through
 // loads shifted by one and two (constant masks pick which), so there is no shuffle. It reads two
-// bytes either side of the block. Returns non-zero if any pixel is unknown.
+// bytes either side of the block. True if any pixel is unknown.
 bool WhitenBlock(const unsigned char* reference, unsigned char* white, unsigned char minReference) {
     const U8x16 floor = ve_detail::SplatU8x16(minReference);
     U8x16 any{};
