@@ -76,6 +76,27 @@ TEST(MaskPassReference, RatioRecoveryMatchesOverEveryPairAndRandomHoles) {
     }
 }
 
+// Fault: a row that skips the unknown-pixel search because its one dim reference lies in the
+// bytes after the last whole 16-byte group, or in the first or last block of the capture, where
+// the whitening has to go pixel by pixel. One unknown pixel at every place of bright rows.
+TEST(MaskPassReference, RatioFindsALoneUnknownPixelAnywhereInTheRow) {
+    for (const int width : {1, 5, 16, 17, 21, 37}) {
+        const std::size_t bytes = std::size_t(width) * 3 * 3;
+        Bytes colour(bytes), reference(bytes, 200);
+        for (std::size_t at = 0; at < bytes; ++at) {
+            colour[at] = static_cast<unsigned char>(at * 7 % 200);
+        }
+        for (std::size_t pixel = 0; pixel < bytes / 3; ++pixel) {
+            Bytes dim = reference;
+            std::fill_n(&dim[pixel * 3], 3, 3);
+            Bytes out;
+            ASSERT_TRUE(RatioRecoverColors(colour, dim, width, 3, out, 4));
+            ASSERT_TRUE(out == ReferenceRatio(colour, dim, width, 3, 4))
+                << "width " << width << " unknown pixel " << pixel;
+        }
+    }
+}
+
 int Digit(int channel) {
     return std::clamp(static_cast<int>((channel - 15) / 18.75 + 0.5), 0, 12);
 }
@@ -236,6 +257,47 @@ TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {
         ASSERT_TRUE(DecodeBmpToRgb(bmp, w, h, decoded));
         EXPECT_TRUE(decoded == expected && w == width && h == height)
             << bits << " " << storedHeight;
+    }
+}
+
+// A 24-bit BMP whose pixel data ends the file: the last row has no bytes after it.
+Bytes TightBmp(int width, int height, std::mt19937& rng) {
+    const std::size_t stride = (std::size_t(width) * 3 + 3) & ~std::size_t{3};
+    Bytes bmp = RandomBytes(54 + stride * std::size_t(height < 0 ? -height : height), rng);
+    const std::uint32_t fields[] = {
+        54, 40, std::uint32_t(width), std::uint32_t(height), 1u + (24u << 16), 0};
+    bmp[0] = 'B', bmp[1] = 'M';
+    for (int f = 0; f < 6; ++f) {
+        for (int i = 0; i < 4; ++i) {
+            bmp[10 + 4 * f + i] = static_cast<unsigned char>(fields[f] >> (8 * i));
+        }
+    }
+    return bmp;
+}
+
+// Fault: a 16-pixel BMP block that takes red or blue from the wrong neighbour, covers pixels past
+// the row's width, or reads past the end of a file whose last row fills it (widths around the
+// block size, with and without row padding, both row orders).
+TEST(MaskPassReference, BmpRowsAroundTheBlockSizeMatchByteForByte) {
+    std::mt19937 rng(41);
+    for (const int width : {15, 16, 17, 31, 32, 33, 48, 64}) {
+        for (const int height : {3, -3}) {
+            const Bytes bmp = TightBmp(width, height, rng);
+            const std::size_t stride = (std::size_t(width) * 3 + 3) & ~std::size_t{3};
+            Bytes expected;
+            for (int y = 0; y < 3; ++y) {
+                const int stored = height > 0 ? 2 - y : y;
+                for (int x = 0; x < width; ++x) {
+                    const auto* p = &bmp[54 + stride * stored + std::size_t(x) * 3];
+                    expected.insert(expected.end(), {p[2], p[1], p[0]});
+                }
+            }
+            Bytes decoded(7, 0); // a used buffer of the wrong size must come back exact
+            int w = 0, h = 0;
+            ASSERT_TRUE(DecodeBmpToRgb(bmp, w, h, decoded));
+            EXPECT_TRUE(decoded == expected && w == width && h == 3)
+                << "width " << width << " height " << height;
+        }
     }
 }
 
