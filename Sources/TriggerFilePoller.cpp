@@ -1,5 +1,6 @@
 #include "TriggerFilePoller.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Commands.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
@@ -7,10 +8,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <thread>
 
 namespace Velmora {
 
@@ -33,9 +34,8 @@ constexpr Trigger kTriggers[] = {
 
 constexpr std::chrono::milliseconds kPollPeriod{200};
 
-bool gRunning = false; // main thread only
-std::atomic<bool> gStop{false};
-std::thread gThread; // main thread only
+bool gRunning = false;              // main thread only
+BackgroundWork::WorkId gThread = 0; // main thread only
 std::atomic<std::uint64_t> gCompletedPasses{0};
 
 enum class Removal { Removed, AlreadyGone, Failed };
@@ -98,10 +98,8 @@ void PollLoop(fs::path folder) {
     Logger::Get().Log(LogLevel::Info,
                       "TriggerFilePoller: watching " + folder.string() +
                           " for trigger_extract / trigger_send_model / trigger_export_model");
-    while (!gStop.load()) {
-        std::this_thread::sleep_for(kPollPeriod);
-        if (gStop.load())
-            break;
+    // A stop (Stop, or FreeData stopping every thread) cuts the sleep short.
+    while (BackgroundWork::SleepFor(kPollPeriod)) {
         for (Trigger const& trigger : kTriggers)
             CheckTrigger(folder, trigger);
         gCompletedPasses.fetch_add(1);
@@ -122,17 +120,20 @@ void TriggerFilePoller::Start() {
     }
     fs::path const folder = fs::path(configPath).parent_path();
     RemoveStaleTriggers(folder);
-    gStop.exchange(false);
-    gThread = std::thread(PollLoop, folder);
+    try {
+        gThread = BackgroundWork::Start("TriggerFilePoller", [folder] { PollLoop(folder); });
+    } catch (std::exception const& e) {
+        Logger::Get().Log(LogLevel::Error,
+                          std::string("TriggerFilePoller: thread not started: ") + e.what());
+        return;
+    }
     gRunning = true;
 }
 
 void TriggerFilePoller::Stop() {
     if (!gRunning)
         return;
-    gStop.exchange(true);
-    if (gThread.joinable())
-        gThread.join();
+    BackgroundWork::StopAndJoin(gThread);
     gRunning = false;
 }
 
