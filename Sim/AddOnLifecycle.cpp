@@ -59,8 +59,10 @@ void AddOnLifecycle::FreeData(char const* why) {
 
 void AddOnLifecycle::EndOfCall() {
     bool const kept = keepRequested_.exchange(false) || (hooks_.keptByHost && hooks_.keptByHost());
-    if (loaded_ && !quitting_ && !kept)
-        FreeData("no KeepInMemory in the last call, no palette open, no notification handler");
+    if (!loaded_ || quitting_ || kept)
+        return;
+    ++ruleUnloads_;
+    FreeData("no KeepInMemory in the last call, no palette open, no notification handler");
 }
 
 AddOnLifecycle::Call::Call(AddOnLifecycle& lifecycle) : lifecycle_(lifecycle) {

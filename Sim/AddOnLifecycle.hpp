@@ -52,6 +52,8 @@ public:
     bool Unloaded() const { return registered_ && !loaded_; }
     int Loads() const { return loads_; }
     int Unloads() const { return unloads_; }
+    // Unloads by the rule, between calls (not the quit, not a failed Initialize).
+    int RuleUnloads() const { return ruleUnloads_; }
     // Everything FreeData left behind, each noted once, over the whole session.
     std::vector<std::string> const& LeftBehind() const { return leftBehind_; }
 
@@ -87,6 +89,7 @@ private:
     std::atomic<bool> keepRequested_{false};
     int loads_ = 0;
     int unloads_ = 0;
+    int ruleUnloads_ = 0;
     std::vector<std::string> leftBehind_;
 };
 

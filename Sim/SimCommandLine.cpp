@@ -292,8 +292,8 @@ and has no palette open and no notification handler installed; the next call loa
 A menu item greyed out above the window in front (see the resource file's ^E codes) is not
 run: a line "menu MENU:ITEM: ... greyed out ..." says so.
 Exit status: 0 on success; 1 when the add-on fails to load, work does not settle, a host
-call is made off the main thread or FreeData leaves something of the add-on behind; 2 for a
-bad command line or scene file.
+call is made off the main thread, the host unloads the add-on between calls or FreeData
+leaves something of the add-on behind; 2 for a bad command line or scene file.
 )";
 }
 

@@ -321,6 +321,13 @@ int Runner::Run() {
     WriteCallLog(host);
     if (usageError_)
         status = 2;
+    // The add-on runs its trigger poller and delayed work from start-up: an unload between
+    // calls takes them with it.
+    if (int const unloads = host.AddOn().RuleUnloads(); unloads > 0) {
+        err_ << "velmora-sim: the host unloaded the add-on " << unloads
+             << " time(s) between calls: it did not ask to stay in memory (see --call-log)\n";
+        status = 1;
+    }
     for (std::string const& left : host.AddOn().LeftBehind()) {
         err_ << "velmora-sim: FreeData left behind " << left << "\n";
         status = 1;
