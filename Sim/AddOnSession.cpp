@@ -1,13 +1,37 @@
 #include "Sim/AddOnSession.hpp"
 
 #include "AddOnMain.hpp"
+#include "BackgroundWork.hpp"
 #include "Export/ModelCommands.hpp"
 #include "Extract/ExtractCommand.hpp"
 #include "MainThreadDispatcher.hpp"
+#include "TriggerFilePoller.hpp"
 
 #include <cstdio>
 
 namespace Velmora::Sim {
+
+namespace {
+
+// After FreeData nothing of the add-on may be left: a reloaded add-on starts from fresh
+// statics, so a thread, a queued item or a raised flag would outlive the code that owns it.
+std::vector<std::string> FreeDataAndCheck() {
+    FreeData();
+    std::vector<std::string> left;
+    if (std::size_t const threads = BackgroundWork::Running(); threads > 0)
+        left.push_back(std::to_string(threads) + " background thread(s) still running");
+    if (TriggerFilePoller::IsRunning())
+        left.push_back("the trigger poller marked running");
+    if (!MainThreadDispatcher::IsIdle())
+        left.push_back("main-thread work still queued or asleep");
+    if (IsExtractActive())
+        left.push_back("an extraction marked in flight");
+    if (IsSendModelInProgress())
+        left.push_back("a model job marked in flight");
+    return left;
+}
+
+} // namespace
 
 std::string FormatError(Host::GSErrCode code) {
     char text[16];
@@ -36,22 +60,18 @@ bool AddOnSession::Load(std::string& error) {
         error = "RegisterInterface failed with error " + FormatError(err);
         return false;
     }
-    loaded_ = true;
-    if (Host::GSErrCode err = Initialize(); err != Host::Error::NoError) {
-        error = "Initialize failed with error " + FormatError(err);
-        Unload(); // the host always calls FreeData once Initialize was called
+    AddOnEntryPoints entryPoints{[] { return Initialize(); }, FreeDataAndCheck};
+    if (Host::GSErrCode err = host_.AddOn().Load(std::move(entryPoints));
+        err != Host::Error::NoError) {
+        error = "Initialize failed with error " + FormatError(err); // FreeData has run
         return false;
     }
     return true;
 }
 
 void AddOnSession::Unload() {
-    if (!loaded_)
-        return;
-    loaded_ = false;
     // The host quits: handlers of the quit event hear it before the add-on is freed.
-    host_.ProjectEvents().Send(Host::APINotify_Quit);
-    FreeData();
+    host_.AddOn().Quit([this] { host_.ProjectEvents().Send(Host::APINotify_Quit); });
 }
 
 bool AddOnSession::Settle(std::chrono::milliseconds timeout) {

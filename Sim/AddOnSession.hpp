@@ -17,7 +17,8 @@ public:
     AddOnSession& operator=(AddOnSession const&) = delete;
 
     // Environment check, interface registration, initialisation. On failure the reason is in
-    // error; FreeData has run if Initialize had been called.
+    // error; FreeData has run if Initialize had been called. From then on the host unloads and
+    // reloads the add-on between calls by its rule (SimHost::AddOn()).
     bool Load(std::string& error);
     // The quit event to its handler, then FreeData, when loaded.
     void Unload();
@@ -32,7 +33,6 @@ public:
 
 private:
     SimHost& host_;
-    bool loaded_ = false;
     std::string name_;
 };
 

@@ -46,6 +46,11 @@ std::optional<Host::GSErrCode> CallLog::Enter(std::string const& call, bool main
     return injected;
 }
 
+void CallLog::Note(std::string const& text) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    records_.push_back({text, false, std::nullopt});
+}
+
 std::vector<CallRecord> CallLog::Records() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return records_;

@@ -46,6 +46,8 @@ public:
     // Records the call; returns the injected error if a fault fires, throws if it says so.
     // mainThreadOnly: whether the host allows this call only on its main thread.
     std::optional<Host::GSErrCode> Enter(std::string const& call, bool mainThreadOnly = true);
+    // Records what the host itself did (loading or unloading the add-on) among the calls.
+    void Note(std::string const& text);
 
     // The cheap path for the model reader's reads: counts without a record and throws
     // SimulatedHostException on a planned fault (a read has no error code to return).

@@ -100,7 +100,10 @@ void SimBrowserItem::OnLoadingState(bool loading) {
     loading_ = loading;
     if (!loading)
         documentLoaded_ = true;
-    if (browserObserver_ != nullptr)
+    if (browserObserver_ == nullptr)
+        return;
+    AddOnLifecycle::Call call(context_.addOn);
+    if (call.Ready())
         browserObserver_->OnLoadingStateChange({loading, false, false});
 }
 
@@ -112,8 +115,10 @@ std::optional<std::string> SimBrowserItem::CallFromPage(std::string const& objec
         return std::nullopt;
     for (auto const& [name, item] : found->second->GetItemTable()) {
         auto const callable = std::dynamic_pointer_cast<Host::JS::Function>(item);
-        if (name == function && callable != nullptr)
-            return JsonFromJs(callable->Call(JsFromJson(argumentJson)));
+        if (name != function || callable == nullptr)
+            continue;
+        AddOnLifecycle::Call call(context_.addOn);
+        return call.Ready() ? JsonFromJs(callable->Call(JsFromJson(argumentJson))) : "null";
     }
     return std::nullopt;
 }
@@ -140,12 +145,14 @@ std::string SimBrowserItem::OnEngineCall(std::string const& object, std::string 
 }
 
 void SimBrowserItem::DoubleClick() {
+    AddOnLifecycle::Call call(context_.addOn);
     if (itemObserver_ != nullptr)
         itemObserver_->ItemDoubleClicked(Host::DG::ItemDoubleClickEvent{});
 }
 
 void SimBrowserItem::Click() {
     bool processed = false;
+    AddOnLifecycle::Call call(context_.addOn);
     if (itemObserver_ != nullptr) {
         itemObserver_->ItemMouseDown(Host::DG::ItemMouseDownEvent{}, &processed);
         itemObserver_->ItemMouseUp(Host::DG::ItemMouseUpEvent{}, &processed);
@@ -156,6 +163,7 @@ void SimBrowserItem::Wheel(short yTrackValue, bool command) {
     bool processed = false;
     if (itemObserver_ == nullptr)
         return;
+    AddOnLifecycle::Call call(context_.addOn);
     itemObserver_->ItemWheelTrackEntered(Host::DG::ItemWheelEvent{}, &processed);
     itemObserver_->ItemWheelTracked(Host::DG::ItemWheelTrackEvent(0, yTrackValue, command),
                                     &processed);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Host/DialogPort.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/BrowserEngine.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/EventLoop.hpp"
@@ -23,6 +24,7 @@ public:
     struct Context {
         CallLog& calls;
         EventLoop& loop;
+        AddOnLifecycle& addOn; // each notification and page call is a call into the add-on
         std::thread::id mainThread;
         std::function<void(std::string const&)> onScript; // every script a document received
         std::function<void(SimBrowserItem*)> onGone;      // when the add-on deletes the item

@@ -1,5 +1,6 @@
 #include "Sim/SimCommandLine.hpp"
 
+#include "Sim/PortCalls.hpp"
 #include "Sim/SimWindowCommandLine.hpp"
 
 #include <algorithm>
@@ -152,6 +153,12 @@ bool ParseOption(std::string const& option, std::string const& value, SimCommand
                     ", e.g. ACAPI_MenuItem_RegisterMenu:2";
             return false;
         }
+        if (!IsPortCall(fault->call)) {
+            // A misspelt call would otherwise never fire, and the run would look clean.
+            error = option + ": the host has no call named '" + fault->call + "'; did you mean " +
+                    NearestPortCall(fault->call) + "? (velmora-sim --list-calls lists them all)";
+            return false;
+        }
         line.faults.push_back(*fault);
     }
     return true;
@@ -173,6 +180,8 @@ std::optional<SimCommandLine> ParseSimCommandLine(std::vector<std::string> const
         bool windowOptionOk = true;
         if (arg == "-h" || arg == "--help") {
             line.help = true;
+        } else if (arg == "--list-calls") {
+            line.listCalls = true;
         } else if (arg == "--browser") {
             line.browser = true;
         } else if (TakeWindowOption(args, i, line.window, windowOptionOk, error)) {
@@ -265,7 +274,10 @@ Options:
   --token TOKEN           start signed in, as if the panel's page had handed TOKEN over
   --browser               show the panel's page in Debian's Chromium, headless (needs
                           node and tools/js/node_modules; see tools/setup.sh)
-  --call-log FILE         write every host call, in order, to FILE
+  --call-log FILE         write every host call, in order, to FILE (with the host's own
+                          loads and unloads of the add-on, as "[host] Initialize: ..." and
+                          "[host] FreeData: ..." lines)
+  --list-calls            print the names of the host calls --fail and --throw accept
   -h, --help              show this help
 
 The simulated 3D window:
@@ -275,8 +287,13 @@ Output: one line per report-window message, "report: TEXT" or "alert: TEXT"; one
 "panel: SCRIPT" per script the add-on runs in the panel's page (its events among them); one
 line "page: FUNCTION -> RESULT" per page action, RESULT as JSON; one line per progress event
 of a model send, "progress: STATUS PERCENT%".
-Exit status: 0 on success; 1 when the add-on fails to load, work does not settle or a host
-call is made off the main thread; 2 for a bad command line or scene file.
+Between calls the host unloads an add-on that did not ask to stay in memory during the call
+and has no palette open and no notification handler installed; the next call loads it again.
+A menu item greyed out above the window in front (see the resource file's ^E codes) is not
+run: a line "menu MENU:ITEM: ... greyed out ..." says so.
+Exit status: 0 on success; 1 when the add-on fails to load, work does not settle, a host
+call is made off the main thread, the host unloads the add-on between calls or FreeData
+leaves something of the add-on behind; 2 for a bad command line or scene file.
 )";
 }
 

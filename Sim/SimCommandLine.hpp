@@ -41,6 +41,7 @@ struct SimAction {
 
 struct SimCommandLine {
     bool help = false;
+    bool listCalls = false; // print the host calls --fail and --throw accept
     std::string home;       // empty: a fresh temporary folder
     std::string hostFolder; // empty: a folder under home
     double settleTimeoutSeconds = 120.0;

@@ -2,8 +2,14 @@
 
 namespace Velmora::Sim {
 
-SimCommunication::SimCommunication(CallLog& calls, EventLoop& loop, Host::API_ModulID loadedAddOn)
-    : calls_(calls), loop_(loop), loadedAddOn_(loadedAddOn) {}
+SimCommunication::SimCommunication(CallLog& calls, EventLoop& loop, AddOnLifecycle& addOn,
+                                   Host::API_ModulID loadedAddOn)
+    : calls_(calls), loop_(loop), addOn_(addOn), loadedAddOn_(loadedAddOn) {}
+
+void SimCommunication::ForgetHandlers() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    handlers_.clear();
+}
 
 Host::GSErrCode SimCommunication::RegisterSupportedService(Host::GSType cmdID,
                                                            Host::Int32 cmdVersion) {
@@ -29,7 +35,7 @@ SimCommunication::InstallModulCommandHandler(Host::GSType cmdID, Host::Int32 cmd
 Host::GSErrCode SimCommunication::CallFromEventLoop(const Host::API_ModulID* mdid,
                                                     Host::GSType cmdID, Host::Int32 cmdVersion,
                                                     Host::GSHandle /*paramsHandle*/,
-                                                    bool /*silentMode*/,
+                                                    bool silentMode,
                                                     Host::APICommandCallBackProc* /*callback*/) {
     // The one call the host accepts from any thread.
     if (auto err = calls_.Enter("ACAPI_AddOnAddOnCommunication_CallFromEventLoop", false))
@@ -44,11 +50,14 @@ Host::GSErrCode SimCommunication::CallFromEventLoop(const Host::API_ModulID* mdi
             return Host::Error::ModulCmdNotSupported;
     }
     Command const command{cmdID, cmdVersion};
-    loop_.Enqueue([this, command] { RunCommand(command); });
+    loop_.Enqueue([this, command, silentMode] { RunCommand(command, silentMode); });
     return Host::Error::NoError;
 }
 
-void SimCommunication::RunCommand(Command command) {
+void SimCommunication::RunCommand(Command command, bool silentMode) {
+    AddOnLifecycle::Call call(addOn_);
+    if (!call.Ready())
+        return;
     Host::APIModulCommandProc* handler = nullptr;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -57,7 +66,7 @@ void SimCommunication::RunCommand(Command command) {
             handler = found->second;
     }
     if (handler != nullptr)
-        handler(nullptr, nullptr, true);
+        handler(nullptr, nullptr, silentMode);
 }
 
 } // namespace Velmora::Sim

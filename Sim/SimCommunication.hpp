@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Host/HostPort.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/EventLoop.hpp"
 
@@ -15,7 +16,11 @@ namespace Velmora::Sim {
 
 class SimCommunication : public Host::AddOnAddOnCommunicationApi, public Host::AddOnIntegrationApi {
 public:
-    SimCommunication(CallLog& calls, EventLoop& loop, Host::API_ModulID loadedAddOn);
+    SimCommunication(CallLog& calls, EventLoop& loop, AddOnLifecycle& addOn,
+                     Host::API_ModulID loadedAddOn);
+
+    // The handlers go with an unloaded add-on's code; its services stay registered.
+    void ForgetHandlers();
 
     Host::GSErrCode RegisterSupportedService(Host::GSType cmdID, Host::Int32 cmdVersion) override;
     Host::GSErrCode CallFromEventLoop(const Host::API_ModulID* mdid, Host::GSType cmdID,
@@ -28,10 +33,11 @@ public:
 private:
     using Command = std::pair<Host::GSType, Host::Int32>;
 
-    void RunCommand(Command command);
+    void RunCommand(Command command, bool silentMode);
 
     CallLog& calls_;
     EventLoop& loop_;
+    AddOnLifecycle& addOn_;
     Host::API_ModulID loadedAddOn_;
     std::mutex mutex_;
     std::set<Command> services_;

@@ -15,9 +15,9 @@ void Forget(std::vector<T*>& live, T* gone) {
 
 } // namespace
 
-SimDialogs::SimDialogs(CallLog& calls, EventLoop& loop, SimResources const& resources,
-                       Host::GSResModule ownResModule)
-    : calls_(calls), loop_(loop), resources_(resources), ownResModule_(ownResModule),
+SimDialogs::SimDialogs(CallLog& calls, EventLoop& loop, AddOnLifecycle& addOn,
+                       SimResources const& resources, Host::GSResModule ownResModule)
+    : calls_(calls), loop_(loop), addOn_(addOn), resources_(resources), ownResModule_(ownResModule),
       mainThread_(std::this_thread::get_id()) {}
 
 void SimDialogs::OnScript(std::function<void(std::string const&)> listener) {
@@ -40,7 +40,7 @@ Host::GSErrCode SimDialogs::CreatePalette(Host::GSResModule resModule, short res
         return Host::Error::BadId;
     auto slot = std::make_shared<SimPaletteWindow*>(nullptr);
     auto window = std::make_unique<SimPaletteWindow>(
-        guid, *dialog, [this, slot] { Forget<SimPaletteWindow>(palettes_, *slot); });
+        guid, *dialog, addOn_, [this, slot] { Forget<SimPaletteWindow>(palettes_, *slot); });
     *slot = window.get();
     palettes_.push_back(window.get());
     *palette = std::move(window);
@@ -71,7 +71,10 @@ Host::GSErrCode SimDialogs::CreateBrowser(Host::DG::Palette& panel, short item,
     std::unique_ptr<BrowserEngine> engine =
         engineFactory_ ? engineFactory_() : std::make_unique<HeadlessBrowserEngine>();
     SimBrowserItem::Context context{
-        calls_, loop_, mainThread_,
+        calls_,
+        loop_,
+        addOn_,
+        mainThread_,
         [this](std::string const& script) {
             if (scriptListener_)
                 scriptListener_(script);

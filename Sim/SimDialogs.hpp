@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Host/HostPort.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/BrowserEngine.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/EventLoop.hpp"
@@ -22,8 +23,8 @@ using BrowserEngineFactory = std::function<std::unique_ptr<BrowserEngine>()>;
 
 class SimDialogs : public Host::DialogApi {
 public:
-    SimDialogs(CallLog& calls, EventLoop& loop, SimResources const& resources,
-               Host::GSResModule ownResModule);
+    SimDialogs(CallLog& calls, EventLoop& loop, AddOnLifecycle& addOn,
+               SimResources const& resources, Host::GSResModule ownResModule);
     ~SimDialogs() override;
     SimDialogs(SimDialogs const&) = delete;
     SimDialogs& operator=(SimDialogs const&) = delete;
@@ -43,11 +44,14 @@ public:
 
     // The live palettes and browser items (the add-on owns and deletes them).
     SimPaletteWindow* FindPalette(Host::API_Guid const& guid) const;
+    // An open palette keeps the add-on loaded.
+    bool HasOpenPalette() const { return !palettes_.empty(); }
     SimBrowserItem* BrowserOn(Host::DG::Palette const& palette) const;
 
 private:
     CallLog& calls_;
     EventLoop& loop_;
+    AddOnLifecycle& addOn_;
     SimResources const& resources_;
     Host::GSResModule ownResModule_;
     std::thread::id mainThread_;

@@ -19,11 +19,14 @@ std::string PreferencesPath(SimHostOptions const& options) {
 } // namespace
 
 SimHost::SimHost(SimHostOptions options)
-    : options_(std::move(options)), calls_(std::this_thread::get_id()), menus_(calls_, resources_),
-      communication_(calls_, loop_, options_.addOnId), preferences_(PreferencesPath(options_)),
-      project_(calls_), window3D_(calls_, options_.hostFolder, options_.window),
-      dialogs_(calls_, loop_, resources_, kOwnResModule) {
+    : options_(std::move(options)), calls_(std::this_thread::get_id()), addOn_(calls_),
+      menus_(calls_, resources_, addOn_), communication_(calls_, loop_, addOn_, options_.addOnId),
+      preferences_(PreferencesPath(options_)), project_(calls_, addOn_),
+      window3D_(calls_, options_.hostFolder, options_.window),
+      dialogs_(calls_, loop_, addOn_, resources_, kOwnResModule) {
     project_.AttachWindow3D(&window3D_);
+    menus_.SetFrontWindow([this] { return window3D_.CurrentWindowType(); });
+    addOn_.SetHostHooks({[this] { return KeepsAddOnLoaded(); }, [this] { ForgetAddOnHandlers(); }});
     dialogs_.SetEngineFactory(options_.makeBrowserEngine);
     dialogs_.SetCefDebugPort(options_.cefDebugPort);
 }
@@ -70,9 +73,22 @@ Host::GSErrCode SimHost::SetPreferences(Host::Int32 version, Host::GSSize nByte,
     return preferences_.Set(version, nByte, data);
 }
 
-void SimHost::KeepInMemory(bool /*keepIn*/) {
-    // The simulated host never unloads the add-on on its own, so the request is only logged.
+void SimHost::KeepInMemory(bool keepIn) {
     calls_.Enter("ACAPI_KeepInMemory");
+    addOn_.KeepInMemory(keepIn);
+}
+
+bool SimHost::KeepsAddOnLoaded() {
+    return dialogs_.HasOpenPalette() || project_.Events().Caught() != 0;
+}
+
+// What Initialize installed lives in the add-on's code, which is gone.
+void SimHost::ForgetAddOnHandlers() {
+    menus_.ForgetHandlers();
+    communication_.ForgetHandlers();
+    project_.Events().Forget();
+    std::lock_guard<std::mutex> lock(mutex_);
+    palettes_.clear();
 }
 
 void SimHost::GetReleaseNumber(Host::API_ServerApplicationInfo* serverApplicationInfo) {
@@ -109,8 +125,10 @@ Host::GSErrCode SimHost::SendPaletteMessage(Host::API_PaletteMessageID message,
         palettes = palettes_;
     }
     Host::GSErrCode result = Host::Error::BadId;
-    for (SimPalette const& palette : palettes)
+    for (SimPalette const& palette : palettes) {
+        AddOnLifecycle::Call call(addOn_);
         result = palette.callBack(palette.referenceID, message, param);
+    }
     return result;
 }
 

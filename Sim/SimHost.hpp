@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Host/HostPort.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/CallLog.hpp"
 #include "Sim/EventLoop.hpp"
 #include "Sim/SimCommunication.hpp"
@@ -87,6 +88,8 @@ public:
     // What the simulation offers its driver (velmora-sim, tests).
     CallLog& Calls() { return calls_; }
     EventLoop& Loop() { return loop_; }
+    // Whether the add-on is loaded, and the rule that unloads it between calls.
+    AddOnLifecycle& AddOn() { return addOn_; }
     SimMenus& Menus() { return menus_; }
     SimProject& Project() { return project_; }
     SimWindow3D& Window3D() { return window3D_; }
@@ -104,9 +107,13 @@ public:
 private:
     static constexpr Host::GSResModule kOwnResModule = 0x5600;
 
+    bool KeepsAddOnLoaded();
+    void ForgetAddOnHandlers();
+
     SimHostOptions options_;
     CallLog calls_;
     EventLoop loop_;
+    AddOnLifecycle addOn_;
     SimResources resources_;
     SimMenus menus_;
     SimCommunication communication_;

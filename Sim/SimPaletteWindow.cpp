@@ -2,10 +2,10 @@
 
 namespace Velmora::Sim {
 
-SimPaletteWindow::SimPaletteWindow(Host::API_Guid guid, SimDialog dialog,
+SimPaletteWindow::SimPaletteWindow(Host::API_Guid guid, SimDialog dialog, AddOnLifecycle& addOn,
                                    std::function<void()> onGone)
-    : guid_(guid), dialog_(std::move(dialog)), onGone_(std::move(onGone)), width_(dialog_.width),
-      height_(dialog_.height) {}
+    : guid_(guid), dialog_(std::move(dialog)), addOn_(addOn), onGone_(std::move(onGone)),
+      width_(dialog_.width), height_(dialog_.height) {}
 
 SimPaletteWindow::~SimPaletteWindow() {
     if (onGone_)
@@ -24,6 +24,7 @@ void SimPaletteWindow::Detach(Host::DG::PanelObserver& observer) {
 
 bool SimPaletteWindow::ClickCloseBox() {
     bool accepted = false;
+    AddOnLifecycle::Call call(addOn_);
     if (observer_ != nullptr)
         observer_->PanelCloseRequested(Host::DG::PanelCloseRequestEvent{}, &accepted);
     return accepted;
@@ -32,12 +33,14 @@ bool SimPaletteWindow::ClickCloseBox() {
 void SimPaletteWindow::ResizeBy(short horizontal, short vertical) {
     width_ += horizontal;
     height_ += vertical;
+    AddOnLifecycle::Call call(addOn_);
     if (observer_ != nullptr)
         observer_->PanelResized(Host::DG::PanelResizeEvent(horizontal, vertical));
 }
 
 void SimPaletteWindow::WheelOver(short itemId, short yTrackValue, bool command) {
     bool processed = false;
+    AddOnLifecycle::Call call(addOn_);
     if (observer_ != nullptr)
         observer_->PanelWheelTracked(
             Host::DG::PanelWheelTrackEvent(itemId, 0, yTrackValue, command), &processed);

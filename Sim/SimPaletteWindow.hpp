@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Host/DialogPort.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/SimResources.hpp"
 
 #include <functional>
@@ -13,7 +14,8 @@ namespace Velmora::Sim {
 class SimPaletteWindow : public Host::DG::Palette {
 public:
     // onGone runs in the destructor, when the add-on deletes the palette.
-    SimPaletteWindow(Host::API_Guid guid, SimDialog dialog, std::function<void()> onGone);
+    SimPaletteWindow(Host::API_Guid guid, SimDialog dialog, AddOnLifecycle& addOn,
+                     std::function<void()> onGone);
     ~SimPaletteWindow() override;
     // The host is gone first: nobody is left to tell.
     void Orphan() { onGone_ = nullptr; }
@@ -45,6 +47,7 @@ public:
 private:
     Host::API_Guid guid_;
     SimDialog dialog_;
+    AddOnLifecycle& addOn_; // each gesture reaching the observer is a call into the add-on
     std::function<void()> onGone_;
     Host::DG::PanelObserver* observer_ = nullptr;
     bool visible_ = false;

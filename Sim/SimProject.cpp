@@ -18,7 +18,8 @@ constexpr Host::API_ElemFilterFlags kLayerBits =
 
 } // namespace
 
-SimProject::SimProject(CallLog& calls) : calls_(calls) {}
+SimProject::SimProject(CallLog& calls, AddOnLifecycle& addOn)
+    : calls_(calls), events_(calls, addOn) {}
 
 void SimProject::Open(std::shared_ptr<Scene const> scene) {
     scene_ = std::move(scene);

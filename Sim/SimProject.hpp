@@ -25,7 +25,7 @@ class SimProject : public Host::SightApi,
                    public Host::WindowApi,
                    public Host::AttributeApi {
 public:
-    explicit SimProject(CallLog& calls);
+    SimProject(CallLog& calls, AddOnLifecycle& addOn);
 
     // Replaces the open project; sights and their models are dropped.
     void Open(std::shared_ptr<Scene const> scene);
@@ -67,7 +67,7 @@ private:
     int MaterialOfAttribute(Host::Int32 attributeIndex) const;
 
     CallLog& calls_;
-    SimProjectEvents events_{calls_};
+    SimProjectEvents events_;
     SimWindow3D* window3D_ = nullptr;
     std::shared_ptr<Scene const> scene_;
     std::vector<std::shared_ptr<ElementMesh const>> meshes_; // made on first generation

@@ -14,6 +14,7 @@ Host::GSErrCode SimProjectEvents::CatchProjectEvent(Host::GSFlags eventTypes,
 bool SimProjectEvents::Send(Host::API_NotifyEventID event) {
     if (handler_ == nullptr || (eventTypes_ & static_cast<Host::GSFlags>(event)) == 0)
         return false;
+    AddOnLifecycle::Call call(addOn_);
     handler_(event, 0);
     return true;
 }

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "Host/HostTypes.hpp"
+#include "Sim/AddOnLifecycle.hpp"
 #include "Sim/CallLog.hpp"
 
 namespace Velmora::Sim {
 
 class SimProjectEvents {
 public:
-    explicit SimProjectEvents(CallLog& calls) : calls_(calls) {}
+    SimProjectEvents(CallLog& calls, AddOnLifecycle& addOn) : calls_(calls), addOn_(addOn) {}
 
     // ACAPI_ProjectOperation_CatchProjectEvent: one handler for the add-on; each call
     // replaces the last, a null handler stops catching.
@@ -18,9 +19,12 @@ public:
     // Sends event to the handler when it catches it; false when nobody was told.
     bool Send(Host::API_NotifyEventID event);
     Host::GSFlags Caught() const { return handler_ != nullptr ? eventTypes_ : 0; }
+    // The handler goes with an unloaded add-on's code.
+    void Forget() { handler_ = nullptr; }
 
 private:
     CallLog& calls_;
+    AddOnLifecycle& addOn_;
     Host::GSFlags eventTypes_ = 0;
     Host::APIProjectEventHandlerProc* handler_ = nullptr;
 };

@@ -76,6 +76,7 @@ private:
     bool LaunchBrowser();
     bool DriveBrowser(SimAction const& action, AddOnSession& session);
     bool CallFromPage(SimAction const& action, SimHost& host);
+    bool RunCommandDirectly(SimAction const& action, SimHost& host);
     void WriteCallLog(SimHost& host) const;
 
     SimCommandLine const& line_;
@@ -176,6 +177,13 @@ bool Runner::CallFromPage(SimAction const& action, SimHost& host) {
 bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
     switch (action.kind) {
     case SimAction::Kind::Menu: {
+        // The user cannot choose a greyed item: nothing runs, and the run goes on.
+        if (std::optional<std::string> greyed =
+                host.Menus().GreyedReason(action.menu, action.item)) {
+            out_ << "menu " << action.menu << ":" << action.item << ": " << *greyed << "; not run"
+                 << std::endl;
+            return true;
+        }
         std::string whyNot;
         auto result = host.Menus().Choose(action.menu, action.item, whyNot);
         if (!result) {
@@ -193,14 +201,9 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::Page:
         return CallFromPage(action, host);
     case SimAction::Kind::Extract:
-        DoExtractView();
-        return true;
     case SimAction::Kind::Export:
-        DoExportModel();
-        return true;
     case SimAction::Kind::Send:
-        DoSendModel();
-        return true;
+        return RunCommandDirectly(action, host);
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;
@@ -226,6 +229,22 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
     case SimAction::Kind::Browser:
         return DriveBrowser(action, session);
     }
+    return true;
+}
+
+// The command functions called straight from here, not by a host call; the add-on is loaded
+// for them first if the host had unloaded it.
+bool Runner::RunCommandDirectly(SimAction const& action, SimHost& host) {
+    if (!host.AddOn().EnsureLoaded()) {
+        err_ << "velmora-sim: " << action.text << ": the add-on could not be loaded\n";
+        return false;
+    }
+    if (action.kind == SimAction::Kind::Extract)
+        DoExtractView();
+    else if (action.kind == SimAction::Kind::Export)
+        DoExportModel();
+    else
+        DoSendModel();
     return true;
 }
 
@@ -302,6 +321,17 @@ int Runner::Run() {
     WriteCallLog(host);
     if (usageError_)
         status = 2;
+    // The add-on runs its trigger poller and delayed work from start-up: an unload between
+    // calls takes them with it.
+    if (int const unloads = host.AddOn().RuleUnloads(); unloads > 0) {
+        err_ << "velmora-sim: the host unloaded the add-on " << unloads
+             << " time(s) between calls: it did not ask to stay in memory (see --call-log)\n";
+        status = 1;
+    }
+    for (std::string const& left : host.AddOn().LeftBehind()) {
+        err_ << "velmora-sim: FreeData left behind " << left << "\n";
+        status = 1;
+    }
     if (int const offMain = host.Calls().OffMainThreadCalls(); offMain > 0) {
         err_ << "velmora-sim: " << offMain << " host call(s) made off the main thread\n";
         status = 1;

@@ -1,4 +1,5 @@
 // velmora-sim: the add-on in a simulated Archicad, driven from the command line.
+#include "Sim/PortCalls.hpp"
 #include "Sim/SimCommandLine.hpp"
 #include "Sim/SimRunner.hpp"
 
@@ -14,6 +15,11 @@ int main(int argc, char** argv) {
     }
     if (line->help) {
         std::cout << Velmora::Sim::SimUsage();
+        return 0;
+    }
+    if (line->listCalls) {
+        for (std::string const& name : Velmora::Sim::PortCallNames())
+            std::cout << name << "\n";
         return 0;
     }
     return Velmora::Sim::RunSimulation(*line, std::cout, std::cerr);

@@ -1,5 +1,6 @@
 #include "AddOnMain.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Commands.hpp"
 #include "Host/HostPort.hpp"
 #include "Logger.hpp"
@@ -9,6 +10,7 @@
 #include "Settings.hpp"
 #include "TriggerFilePoller.hpp"
 
+#include <chrono>
 #include <cstddef>
 
 namespace Velmora {
@@ -26,6 +28,9 @@ Host::GSErrCode RegisterMenu(short menuResId) {
     return Host::Get().MenuItem().RegisterMenu(menuResId, 0, Host::MenuCode_UserDef,
                                                Host::MenuFlag::Default);
 }
+
+// Long enough for a transfer to notice its stop (curl looks about once a second).
+constexpr std::chrono::milliseconds kStopWait{5000};
 
 using Command = Host::GSErrCode (*)();
 
@@ -82,12 +87,20 @@ Host::GSErrCode Initialize() {
         err != Host::Error::NoError)
         return err;
 
+    // The poller and delayed work run from start-up: an add-on unloaded after Initialize
+    // would take their code with it.
+    Host::Get().KeepInMemory(true);
     TriggerFilePoller::Start();
     return Host::Error::NoError;
 }
 
 Host::GSErrCode FreeData() {
     TriggerFilePoller::Stop();
+    // After this no thread of ours runs, and nothing queued outlives the code it would call.
+    if (std::size_t const stuck = BackgroundWork::StopAll(kStopWait); stuck > 0)
+        Logger::Get().Log(LogLevel::Error, "Velmora: " + std::to_string(stuck) +
+                                               " background thread(s) still running at FreeData");
+    MainThreadDispatcher::DropQueued();
     Logger::Get().Log(LogLevel::Info, "Velmora: FreeData");
     Logger::Get().Shutdown();
     return Host::Error::NoError;

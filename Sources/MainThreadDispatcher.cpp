@@ -1,11 +1,13 @@
 #include "MainThreadDispatcher.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Host/HostPort.hpp"
 #include "Logger.hpp"
 #include "ResourceIds.hpp"
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -68,30 +70,42 @@ bool QueueEmpty() {
     return gQueue.empty();
 }
 
+// Counts a delayed post (or a retry) as pending for as long as its thread holds work.
+class PendingSleeper {
+public:
+    PendingSleeper() { gPendingSleepers.fetch_add(1); }
+    ~PendingSleeper() { gPendingSleepers.fetch_sub(1); }
+    PendingSleeper(PendingSleeper const&) = delete;
+    PendingSleeper& operator=(PendingSleeper const&) = delete;
+};
+
 // After a refused request the queued work would wait for some unrelated later post, which may
 // never come (an extraction would stay in flight for good): ask again a little later, until a
 // request is accepted, the queue has been run, or about five seconds have passed.
-void RequestDispatchLater() {
-    gPendingSleepers.fetch_add(1);
-    try {
-        std::thread([] {
-            for (int round = 0; round < kRetryRounds && !QueueEmpty(); ++round) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(kRetryDelayMs));
-                if (QueueEmpty() || RequestDispatch() == Host::Error::NoError)
-                    break;
-            }
-            gPendingSleepers.fetch_sub(1);
-        }).detach();
-    } catch (...) {
-        gPendingSleepers.fetch_sub(1);
+void AskAgainUntilAccepted(std::shared_ptr<PendingSleeper> const& /*pending*/) {
+    for (int round = 0; round < kRetryRounds && !QueueEmpty(); ++round) {
+        if (!BackgroundWork::SleepFor(std::chrono::milliseconds(kRetryDelayMs)))
+            return;
+        if (QueueEmpty() || RequestDispatch() == Host::Error::NoError)
+            return;
     }
 }
 
-void SleepThenPost(int delayMs, std::function<void()> fn) {
-    if (delayMs > 0)
-        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-    MainThreadDispatcher::Post(std::move(fn));
-    gPendingSleepers.fetch_sub(1);
+void RequestDispatchLater() {
+    auto pending = std::make_shared<PendingSleeper>();
+    try {
+        BackgroundWork::Start("MainThreadDispatcher retry",
+                              [pending] { AskAgainUntilAccepted(pending); });
+    } catch (...) {
+        // No thread: the item waits for the next post or DrainNow.
+    }
+}
+
+// Work whose delay is cut short by a stop is dropped unrun, as at unload.
+void SleepThenPost(int delayMs, std::function<void()> const& fn) {
+    if (delayMs > 0 && !BackgroundWork::SleepFor(std::chrono::milliseconds(delayMs)))
+        return;
+    MainThreadDispatcher::Post(fn);
 }
 
 } // namespace
@@ -107,7 +121,8 @@ Host::GSErrCode MainThreadDispatcher::InstallHandler() {
 }
 
 void MainThreadDispatcher::Post(std::function<void()> fn) {
-    if (!fn)
+    // A thread told to stop is on its way out with the add-on: what it posts would never run.
+    if (!fn || BackgroundWork::StopRequested())
         return;
     Enqueue(std::move(fn));
     if (RequestDispatch() != Host::Error::NoError) {
@@ -120,18 +135,22 @@ void MainThreadDispatcher::Post(std::function<void()> fn) {
 void MainThreadDispatcher::PostAfter(int delayMs, std::function<void()> fn) {
     if (!fn)
         return;
-    gPendingSleepers.fetch_add(1);
-    try {
-        std::thread(SleepThenPost, delayMs, std::move(fn)).detach();
-    } catch (...) {
-        gPendingSleepers.fetch_sub(1);
-        throw;
-    }
+    auto pending = std::make_shared<PendingSleeper>();
+    BackgroundWork::Start("MainThreadDispatcher delayed post",
+                          [pending, delayMs, fn = std::move(fn)] { SleepThenPost(delayMs, fn); });
 }
 
 Host::GSErrCode MainThreadDispatcher::DrainNow() {
     RunQueued();
     return Host::Error::NoError;
+}
+
+void MainThreadDispatcher::DropQueued() {
+    WorkQueue const dropped = TakeQueue();
+    if (!dropped.empty())
+        Logger::Get().Log(LogLevel::Info,
+                          "MainThreadDispatcher: " + std::to_string(dropped.size()) +
+                              " queued item(s) dropped");
 }
 
 bool MainThreadDispatcher::IsIdle() {

@@ -18,6 +18,8 @@ public:
     static void Post(std::function<void()> fn);
     static void PostAfter(int delayMs, std::function<void()> fn);
     static Host::GSErrCode DrainNow();
+    // Drops what is queued without running it: the add-on is being unloaded.
+    static void DropQueued();
 
     // True when nothing is queued and no delayed post is still sleeping.
     static bool IsIdle();

@@ -1,5 +1,6 @@
 #include "TriggerFilePoller.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Commands.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
@@ -7,12 +8,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
+#include <exception>
 #include <filesystem>
-#include <mutex>
 #include <string>
 #include <system_error>
-#include <thread>
 
 namespace Velmora {
 
@@ -35,12 +34,8 @@ constexpr Trigger kTriggers[] = {
 
 constexpr std::chrono::milliseconds kPollPeriod{200};
 
-bool gRunning = false; // main thread only
-// Stop wakes the poller at once: FreeData must not wait out a poll period.
-std::mutex gStopMutex;
-std::condition_variable gStopSignal;
-bool gStop = false;  // guarded by gStopMutex
-std::thread gThread; // main thread only
+bool gRunning = false;              // main thread only
+BackgroundWork::WorkId gThread = 0; // main thread only
 std::atomic<std::uint64_t> gCompletedPasses{0};
 
 enum class Removal { Removed, AlreadyGone, Failed };
@@ -99,25 +94,12 @@ void CheckTrigger(fs::path const& folder, Trigger const& trigger) {
     }
 }
 
-// Waits one poll period; true as soon as a stop is requested.
-bool StopRequestedWithin(std::chrono::milliseconds period) {
-    std::unique_lock<std::mutex> lock(gStopMutex);
-    return gStopSignal.wait_for(lock, period, [] { return gStop; });
-}
-
-void SetStop(bool stop) {
-    {
-        std::lock_guard<std::mutex> lock(gStopMutex);
-        gStop = stop;
-    }
-    gStopSignal.notify_all();
-}
-
 void PollLoop(fs::path folder) {
     Logger::Get().Log(LogLevel::Info,
                       "TriggerFilePoller: watching " + folder.string() +
                           " for trigger_extract / trigger_send_model / trigger_export_model");
-    while (!StopRequestedWithin(kPollPeriod)) {
+    // A stop (Stop, or FreeData stopping every thread) cuts the sleep short.
+    while (BackgroundWork::SleepFor(kPollPeriod)) {
         for (Trigger const& trigger : kTriggers)
             CheckTrigger(folder, trigger);
         gCompletedPasses.fetch_add(1);
@@ -138,17 +120,20 @@ void TriggerFilePoller::Start() {
     }
     fs::path const folder = fs::path(configPath).parent_path();
     RemoveStaleTriggers(folder);
-    SetStop(false);
-    gThread = std::thread(PollLoop, folder);
+    try {
+        gThread = BackgroundWork::Start("TriggerFilePoller", [folder] { PollLoop(folder); });
+    } catch (std::exception const& e) {
+        Logger::Get().Log(LogLevel::Error,
+                          std::string("TriggerFilePoller: thread not started: ") + e.what());
+        return;
+    }
     gRunning = true;
 }
 
 void TriggerFilePoller::Stop() {
     if (!gRunning)
         return;
-    SetStop(true);
-    if (gThread.joinable())
-        gThread.join();
+    BackgroundWork::StopAndJoin(gThread);
     gRunning = false;
 }
 

@@ -1,6 +1,7 @@
 // Sending the model to the web app: the export on the main thread, then the begin request, the
 // PUT of the file to the signed address and the confirm request on one worker, with progress,
 // success and every failure handed back to the main thread.
+#include "BackgroundWork.hpp"
 #include "Export/ModelCommands.hpp"
 #include "Export/ModelUploadProtocol.hpp"
 #include "Host/HostPort.hpp"
@@ -14,7 +15,6 @@
 
 #include <exception>
 #include <memory>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -192,11 +192,14 @@ void UploadPhases(SendJob const& job) {
 
 // The worker owns the in-flight flag and clears it last, after its final post, so that
 // nobody sees the send finished while its outcome is still on the way.
-void ExportAndUpload(std::unique_ptr<SendJob> job) {
+void ExportAndUpload(std::shared_ptr<SendJob> job) {
     try {
         UploadPhases(*job);
     } catch (std::exception const& e) {
         Log(LogLevel::Error, std::string("upload worker failed: ") + e.what());
+        FailOnMainThread("could not upload the model file", UploadResult{});
+    } catch (...) {
+        Log(LogLevel::Error, "upload worker failed");
         FailOnMainThread("could not upload the model file", UploadResult{});
     }
     job.reset();
@@ -238,7 +241,10 @@ bool HasToken(std::string const& token) {
 // True when the worker took the job (and the in-flight flag with it).
 bool StartWorker(std::unique_ptr<SendJob> job) {
     try {
-        std::thread(ExportAndUpload, std::move(job)).detach();
+        BackgroundWork::Start("SendModel",
+                              [shared = std::shared_ptr<SendJob>(std::move(job))]() mutable {
+                                  ExportAndUpload(std::move(shared));
+                              });
         return true;
     } catch (std::exception const& e) {
         Log(LogLevel::Error, std::string("could not start the upload thread: ") + e.what());

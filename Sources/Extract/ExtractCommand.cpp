@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 
 namespace Velmora {
 
@@ -308,6 +309,23 @@ void RunCaptureTask(ExtractOptions const& opt, std::string const& token) {
     }
 }
 
+// Held by the delayed capture: when the capture is dropped unrun (the add-on is unloaded
+// first), the extraction must not stay marked in flight.
+class PendingCapture {
+public:
+    PendingCapture() = default;
+    ~PendingCapture() {
+        if (!started_)
+            gInFlight.exchange(false);
+    }
+    PendingCapture(PendingCapture const&) = delete;
+    PendingCapture& operator=(PendingCapture const&) = delete;
+    void Start() { started_ = true; }
+
+private:
+    bool started_ = false;
+};
+
 } // namespace
 
 bool IsExtractInProgress() {
@@ -344,8 +362,11 @@ Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options) {
             return Host::Error::General;
         }
         PushProgress(5, "Capturing 3D view");
-        MainThreadDispatcher::PostAfter(CaptureDelayMs(),
-                                        [options, token] { RunCaptureTask(options, token); });
+        auto pending = std::make_shared<PendingCapture>();
+        MainThreadDispatcher::PostAfter(CaptureDelayMs(), [options, token, pending] {
+            pending->Start();
+            RunCaptureTask(options, token);
+        });
         return Host::Error::NoError;
     } catch (...) {
         gInFlight.exchange(false);

@@ -17,6 +17,8 @@
 // CURLcode and curl's own description of the failure, e.g.
 // "CURLE 7 (Failed to connect to 127.0.0.1 port 9 after 0 ms: Couldn't connect to server)".
 // A URL that cannot be parsed gives false and exactly kHttpUrlUnparseable; no request is made.
+// A request made on one of the add-on's background threads is abandoned within about a second
+// once that thread is told to stop (BackgroundWork, at unload): false, as a transport failure.
 //
 // Every call blocks its thread until the exchange has finished; call it from a worker. The
 // progress callback runs on a transport thread (libcurl: the calling thread) and gets

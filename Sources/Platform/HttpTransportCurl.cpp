@@ -3,6 +3,8 @@
 // whole: each piece passes once through curl's upload buffer on its way to the socket.
 #include "Platform/HttpTransport.hpp"
 
+#include "BackgroundWork.hpp"
+
 #include <curl/curl.h>
 
 #include <cstring>
@@ -98,7 +100,11 @@ std::size_t ReceiveBody(char* data, std::size_t size, std::size_t count, void* u
 }
 
 // Reports only growth, so the caller sees a rising count even across a redirect's resend.
+// curl also calls it about once a second while idle: a thread told to stop abandons the
+// exchange there.
 int ReportProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploadNow) {
+    if (BackgroundWork::StopRequested())
+        return 1;
     Exchange& exchange = *static_cast<Exchange*>(user);
     if (uploadNow > exchange.reportedSent && *exchange.onProgress) {
         exchange.reportedSent = uploadNow;

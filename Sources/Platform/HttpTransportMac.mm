@@ -3,6 +3,8 @@
 // every path out of the autorelease scope.
 #include "Platform/HttpTransport.hpp"
 
+#include "BackgroundWork.hpp"
+
 #import <Foundation/Foundation.h>
 
 #include <utility>
@@ -117,6 +119,8 @@ void RecordCompletion(SendOutcome& outcome, NSData* data, NSURLResponse* respons
 
 } // namespace
 
+constexpr std::int64_t kStopCheckNs = 100 * static_cast<std::int64_t>(NSEC_PER_MSEC);
+
 bool MacHttpSend(std::string const& method, std::string const& url, std::string const& bearerToken,
                  std::string const& contentType, void const* body, std::size_t bodyLen,
                  HttpProgressCallback const& onProgress, long& outStatus, std::string& outBody,
@@ -149,7 +153,14 @@ bool MacHttpSend(std::string const& method, std::string const& url, std::string 
                   dispatch_semaphore_signal(done);
                 }];
         [task resume];
-        dispatch_semaphore_wait(done, DISPATCH_TIME_FOREVER);
+        // A thread told to stop cancels the task; its completion handler still runs.
+        bool cancelled = false;
+        while (dispatch_semaphore_wait(done, dispatch_time(DISPATCH_TIME_NOW, kStopCheckNs)) != 0) {
+            if (!cancelled && BackgroundWork::StopRequested()) {
+                [task cancel];
+                cancelled = true;
+            }
+        }
         [session finishTasksAndInvalidate];
         outStatus = outcome.status;
         outBody = std::move(outcome.body);

@@ -1,5 +1,6 @@
 #include "Upload/TokenRefresh.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
 #include "Panel/WebAppPalette.hpp"
@@ -7,7 +8,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <thread>
 
 namespace Velmora {
 
@@ -26,8 +26,10 @@ std::string PullFreshAuthToken(std::string const& pickedUpLine) {
         if (WebAppPalette::HasInstance())
             WebAppPalette::GetInstance().RequestAuthTokenRefresh();
     });
-    for (int round = 0; round < kPollRounds && settings.AuthTokenVersion() == before; ++round)
-        std::this_thread::sleep_for(kPollStep);
+    for (int round = 0; round < kPollRounds && settings.AuthTokenVersion() == before; ++round) {
+        if (!BackgroundWork::SleepFor(kPollStep))
+            break; // the add-on is being unloaded
+    }
     if (settings.AuthTokenVersion() != before)
         Logger::Get().Log(LogLevel::Info, pickedUpLine);
     return settings.AuthToken();

@@ -1,16 +1,18 @@
 // Outcome classification and the blocking and background requests over the HTTP transport.
 #include "Upload/Uploader.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Logger.hpp"
 
+#include <exception>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace Velmora::Uploader {
 namespace {
 
 constexpr char kPayloadCapReason[] = "payload exceeds 10 MB base64 cap";
+constexpr char kUnexpectedFailure[] = "Velmora: the upload stopped unexpectedly.";
 
 struct OutcomeRow {
     UploadOutcome outcome;
@@ -43,6 +45,22 @@ UploadResult DoHttpSend(std::string const& method, std::string const& url, std::
     result.httpStatus = status;
     result.outcome = Classify(status, result.body, true);
     return result;
+}
+
+// A request that throws (out of memory, say) still completes, as a transport failure, so that
+// whoever waits for the outcome hears of it.
+UploadResult PostGuarded(std::string const& url, std::string const& token, std::string const& json,
+                         TokenProvider const& tokenProvider) {
+    try {
+        return PostBlocking(url, token, json, tokenProvider);
+    } catch (std::exception const& e) {
+        Logger::Get().Log(LogLevel::Error, std::string("Uploader: request failed: ") + e.what());
+    } catch (...) {
+        Logger::Get().Log(LogLevel::Error, "Uploader: request failed");
+    }
+    UploadResult failed;
+    failed.outcome = UploadOutcome::Network;
+    return failed;
 }
 
 } // namespace
@@ -108,14 +126,14 @@ void Post(std::string const& url, std::string const& token, UploadRequest const&
     auto work = [url, token, json = std::move(json), onComplete = std::move(onComplete),
                  tokenProvider = std::move(tokenProvider)] {
         Logger::Get().Log(LogLevel::Info, "Uploader: POST extractions-upload (background)");
-        UploadResult const result = PostBlocking(url, token, json, tokenProvider);
+        UploadResult const result = PostGuarded(url, token, json, tokenProvider);
         Logger::Get().Log(LogLevel::Info,
                           "Uploader: completed, httpStatus=" + std::to_string(result.httpStatus));
         if (onComplete)
             onComplete(result);
     };
     try {
-        std::thread(std::move(work)).detach();
+        BackgroundWork::Start("Uploader", std::move(work), kUnexpectedFailure);
     } catch (std::system_error const& error) {
         throw std::system_error(error.code(), "thread constructor failed");
     }

@@ -66,7 +66,8 @@ protected:
     }
 
     Sim::CallLog calls{std::this_thread::get_id()};
-    Sim::SimProject project{calls};
+    Sim::AddOnLifecycle addOn{calls};
+    Sim::SimProject project{calls, addOn};
 };
 
 // Fan-triangulates the whole model the way the walker does, checking what it relies on.
@@ -142,7 +143,8 @@ TEST_F(SimProjectTest, SightsAndGenerationRefuseAsTheHostDoes) {
 // Without a project the host has nothing to list, generate or name.
 TEST(SimProjectWithoutScene, RefusesEveryProjectCall) {
     Sim::CallLog calls{std::this_thread::get_id()};
-    Sim::SimProject project{calls};
+    Sim::AddOnLifecycle addOn{calls};
+    Sim::SimProject project{calls, addOn};
     std::vector<Host::API_Guid> list;
     Host::API_ProjectInfo info;
     void* sight = nullptr;

@@ -41,6 +41,12 @@ TEST_F(VelmoraSimTest, BadCommandLinesExitWithTwoAndSayWhy) {
              {{"trigger:trigger_everything"}, "unknown trigger 'trigger_everything'"},
              {{"--settle-timeout", "0"}, "positive number of seconds"},
              {{"--fail", "ACAPI_WriteReport:x"}, "--fail takes CALL[:N[:CODE]]"},
+             // A misspelt call would never fire and the run would look clean.
+             {{"--fail", "ACAPI_MenuItem_RegistrMenu"},
+              "no call named 'ACAPI_MenuItem_RegistrMenu'; did you mean "
+              "ACAPI_MenuItem_RegisterMenu? (velmora-sim --list-calls lists them all)"},
+             {{"--throw", "ModelerAPI::MeshBody::GetPolygons:2"},
+              "did you mean ModelerAPI::MeshBody::GetPolygon?"},
              {{"--home"}, "--home needs a value"},
          }) {
         SimRun const run = RunVelmoraSim(c.args);

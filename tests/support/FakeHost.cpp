@@ -1,5 +1,7 @@
 #include "support/FakeHost.hpp"
 
+#include "ResourceIds.hpp"
+
 #include <cstring>
 
 namespace Velmora::Testing {
@@ -13,29 +15,7 @@ FakeHost::FakeHost() {
 }
 
 void FakeHost::InstallDefaults() {
-    ON_CALL(menuItem, RegisterMenu(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
-    ON_CALL(menuItem, InstallMenuHandler(_, _))
-        .WillByDefault(Invoke([this](short menu, Host::APIMenuCommandProc* proc) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            menuHandlers_[menu] = proc;
-            return Host::Error::NoError;
-        }));
-    ON_CALL(menuItem, GetMenuItemFlags(_, _))
-        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
-            if (ref == nullptr || flags == nullptr)
-                return Host::Error::BadPars;
-            std::lock_guard<std::mutex> lock(mutex_);
-            *flags = menuFlags_[{ref->menuResID, ref->itemIndex}];
-            return Host::Error::NoError;
-        }));
-    ON_CALL(menuItem, SetMenuItemFlags(_, _))
-        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
-            if (ref == nullptr || flags == nullptr)
-                return Host::Error::BadPars;
-            std::lock_guard<std::mutex> lock(mutex_);
-            menuFlags_[{ref->menuResID, ref->itemIndex}] = *flags;
-            return Host::Error::NoError;
-        }));
+    InstallMenuDefaults();
     InstallCommunicationDefaults();
     InstallModelDefaults();
     InstallViewDefaults();
@@ -73,6 +53,43 @@ void FakeHost::InstallDefaults() {
                 *result = found->second;
                 return true;
             }));
+}
+
+bool FakeHost::IsOwnMenuItem(const Host::API_MenuItemRef& ref) const {
+    auto found = menuItemCounts.find(ref.menuResID);
+    return found != menuItemCounts.end() && ref.itemIndex >= 1 && ref.itemIndex <= found->second;
+}
+
+// Like the host, the flags of a menu item that is not the caller's are refused with BadIndex.
+void FakeHost::InstallMenuDefaults() {
+    menuItemCounts = {{VELMORA_COMMAND_MENU, 4}, {VELMORA_SETTINGS_MENU, 3}};
+    ON_CALL(menuItem, RegisterMenu(_, _, _, _)).WillByDefault(Return(Host::Error::NoError));
+    ON_CALL(menuItem, InstallMenuHandler(_, _))
+        .WillByDefault(Invoke([this](short menu, Host::APIMenuCommandProc* proc) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            menuHandlers_[menu] = proc;
+            return Host::Error::NoError;
+        }));
+    ON_CALL(menuItem, GetMenuItemFlags(_, _))
+        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+            if (ref == nullptr || flags == nullptr)
+                return Host::Error::BadPars;
+            if (!IsOwnMenuItem(*ref))
+                return Host::Error::BadIndex;
+            std::lock_guard<std::mutex> lock(mutex_);
+            *flags = menuFlags_[{ref->menuResID, ref->itemIndex}];
+            return Host::Error::NoError;
+        }));
+    ON_CALL(menuItem, SetMenuItemFlags(_, _))
+        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+            if (ref == nullptr || flags == nullptr)
+                return Host::Error::BadPars;
+            if (!IsOwnMenuItem(*ref))
+                return Host::Error::BadIndex;
+            std::lock_guard<std::mutex> lock(mutex_);
+            menuFlags_[{ref->menuResID, ref->itemIndex}] = *flags;
+            return Host::Error::NoError;
+        }));
 }
 
 void FakeHost::InstallCommunicationDefaults() {

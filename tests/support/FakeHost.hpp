@@ -196,9 +196,14 @@ public:
     std::string preferences; // the stored blob
     Host::Int32 preferencesVersion = 0;
     std::map<std::pair<Host::Int32, Host::Int32>, std::string> resourceStrings;
+    // The add-on's menus and how many items each has, as its resource file gives them; the
+    // flags of any other menu or item are not the caller's.
+    std::map<short, Host::Int32> menuItemCounts;
 
 private:
     void InstallDefaults();
+    void InstallMenuDefaults();
+    bool IsOwnMenuItem(const Host::API_MenuItemRef& ref) const;
     void InstallCommunicationDefaults();
     void InstallModelDefaults();
     void InstallViewDefaults();
