@@ -1,6 +1,5 @@
 #include "Sim/SimRunner.hpp"
 
-#include "Commands.hpp"
 #include "Panel/ProgressEvents.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
@@ -73,6 +72,7 @@ private:
     bool PrepareHome();
     bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
     bool DropTrigger(std::string const& name, AddOnSession& session);
+    bool ChooseCommand(SimHost& host, Host::Int32 item);
     bool LaunchBrowser();
     bool DriveBrowser(SimAction const& action, AddOnSession& session);
     bool CallFromPage(SimAction const& action, SimHost& host);
@@ -173,6 +173,14 @@ bool Runner::CallFromPage(SimAction const& action, SimHost& host) {
     return true;
 }
 
+bool Runner::ChooseCommand(SimHost& host, Host::Int32 item) {
+    std::string whyNot;
+    if (host.Menus().Choose(VELMORA_COMMAND_MENU, item, whyNot))
+        return true;
+    err_ << "velmora-sim: " << whyNot << "\n";
+    return false;
+}
+
 bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
     switch (action.kind) {
     case SimAction::Kind::Menu: {
@@ -192,15 +200,14 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
         return DropTrigger(action.triggerName, session);
     case SimAction::Kind::Page:
         return CallFromPage(action, host);
+    // The commands enter the add-on as Archicad would have them enter it, through its menu
+    // handler or its trigger file, never by a direct call that no guard covers.
     case SimAction::Kind::Extract:
-        DoExtractView();
-        return true;
+        return ChooseCommand(host, 2);
     case SimAction::Kind::Export:
-        DoExportModel();
-        return true;
+        return DropTrigger("trigger_export_model", session);
     case SimAction::Kind::Send:
-        DoSendModel();
-        return true;
+        return ChooseCommand(host, 3);
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;

@@ -197,6 +197,10 @@ private:
 // a step that hangs after one, an unload that skips FreeData or leaves the poller running, a
 // failure told twice or told at start-up, and a toggle half done.
 TEST(HostEdgeSweep, NoHostCallThatThrowsGetsPastTheAddOn) {
+#ifdef VELMORA_SANITIZED
+    GTEST_SKIP() << "some seventy whole sessions take minutes under the sanitizers; the plain "
+                    "build sweeps them";
+#endif
     ScenarioService const service;
     ASSERT_TRUE(service.Ready());
     ScenarioRun const clean = RunEdgeScenario(service, {});
