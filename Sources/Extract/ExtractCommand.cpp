@@ -339,8 +339,9 @@ Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options) {
                                         [options, token] { RunCaptureTask(options, token); });
         return Host::Error::NoError;
     } catch (...) {
+        // Free for the next try; the host entry that started it logs it and tells the user.
         gInFlight.exchange(false);
-        return Host::Error::General;
+        throw;
     }
 }
 
