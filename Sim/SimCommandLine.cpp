@@ -235,8 +235,9 @@ Actions:
                           find it
   extract                 run the extract-view command (DoExtractView, as menu 32500:2 does):
                           capture, mask and upload; it settles once the upload has answered
-  export                  export the visible model to last_model.glb in the log folder, as
-                          the trigger file trigger_export_model does
+  export                  export the visible model to last_model.glb in the log folder by
+                          dropping the trigger file trigger_export_model (the command has no
+                          menu item)
   send                    send the visible model to the web service (DoSendModel, as menu
                           32500:3 does): export, begin, PUT of the .glb, confirm; needs
                           --token; it settles once the service has answered

@@ -1,6 +1,5 @@
 #include "Sim/SimRunner.hpp"
 
-#include "Commands.hpp"
 #include "Panel/ProgressEvents.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
@@ -73,10 +72,10 @@ private:
     bool PrepareHome();
     bool Perform(SimAction const& action, SimHost& host, AddOnSession& session);
     bool DropTrigger(std::string const& name, AddOnSession& session);
+    bool ChooseCommand(SimHost& host, Host::Int32 item);
     bool LaunchBrowser();
     bool DriveBrowser(SimAction const& action, AddOnSession& session);
     bool CallFromPage(SimAction const& action, SimHost& host);
-    bool RunCommandDirectly(SimAction const& action, SimHost& host);
     void WriteCallLog(SimHost& host) const;
 
     SimCommandLine const& line_;
@@ -174,6 +173,19 @@ bool Runner::CallFromPage(SimAction const& action, SimHost& host) {
     return true;
 }
 
+bool Runner::ChooseCommand(SimHost& host, Host::Int32 item) {
+    if (std::optional<std::string> greyed = host.Menus().GreyedReason(VELMORA_COMMAND_MENU, item)) {
+        out_ << "menu " << VELMORA_COMMAND_MENU << ":" << item << ": " << *greyed << "; not run"
+             << std::endl;
+        return true;
+    }
+    std::string whyNot;
+    if (host.Menus().Choose(VELMORA_COMMAND_MENU, item, whyNot))
+        return true;
+    err_ << "velmora-sim: " << whyNot << "\n";
+    return false;
+}
+
 bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& session) {
     switch (action.kind) {
     case SimAction::Kind::Menu: {
@@ -200,10 +212,14 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
         return DropTrigger(action.triggerName, session);
     case SimAction::Kind::Page:
         return CallFromPage(action, host);
+    // The commands enter the add-on as Archicad would have them enter it, through its menu
+    // handler or its trigger file, never by a direct call that no guard covers.
     case SimAction::Kind::Extract:
+        return ChooseCommand(host, 2);
     case SimAction::Kind::Export:
+        return DropTrigger("trigger_export_model", session);
     case SimAction::Kind::Send:
-        return RunCommandDirectly(action, host);
+        return ChooseCommand(host, 3);
     case SimAction::Kind::Wait:
         session.RunFor(milliseconds(action.waitMs));
         return true;
@@ -234,20 +250,6 @@ bool Runner::Perform(SimAction const& action, SimHost& host, AddOnSession& sessi
 
 // The command functions called straight from here, not by a host call; the add-on is loaded
 // for them first if the host had unloaded it.
-bool Runner::RunCommandDirectly(SimAction const& action, SimHost& host) {
-    if (!host.AddOn().EnsureLoaded()) {
-        err_ << "velmora-sim: " << action.text << ": the add-on could not be loaded\n";
-        return false;
-    }
-    if (action.kind == SimAction::Kind::Extract)
-        DoExtractView();
-    else if (action.kind == SimAction::Kind::Export)
-        DoExportModel();
-    else
-        DoSendModel();
-    return true;
-}
-
 void Runner::WriteCallLog(SimHost& host) const {
     if (line_.callLogFile.empty())
         return;

@@ -3,6 +3,7 @@
 #include "BackgroundWork.hpp"
 #include "Commands.hpp"
 #include "Host/HostPort.hpp"
+#include "HostEntry.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
 #include "Panel/WebAppPalette.hpp"
@@ -45,9 +46,16 @@ Host::GSErrCode RunMenuItem(Command const (&items)[N], Host::Int32 item) {
     return items[item - 1]();
 }
 
-} // namespace
+// The host unloads the add-on after the environment check and the registration anyway, and
+// at FreeData it is leaving: only Initialize and the handlers ask to stay.
+constexpr HostEntry kCheckEnvironmentEntry{"CheckEnvironment", false, false};
+constexpr HostEntry kRegisterInterfaceEntry{"RegisterInterface", false, false};
+// Preloaded: without asking, the host would unload the add-on (and its poller) at once.
+constexpr HostEntry kInitializeEntry{"Initialize", false, true};
+constexpr HostEntry kFreeDataEntry{"FreeData", false, false};
+constexpr HostEntry kMenuEntry{"MenuCommandHandler", true, true};
 
-Host::API_AddonType CheckEnvironment(Host::API_EnvirParams* envir) {
+Host::API_AddonType DescribeAddOn(Host::API_EnvirParams* envir) {
     if (envir != nullptr) {
         envir->addOnInfo.name = OwnResourceString(1);
         envir->addOnInfo.description = OwnResourceString(2);
@@ -56,7 +64,7 @@ Host::API_AddonType CheckEnvironment(Host::API_EnvirParams* envir) {
     return Host::APIAddon_Preload;
 }
 
-Host::GSErrCode RegisterInterface() {
+Host::GSErrCode RegisterMenusAndService() {
     if (Host::GSErrCode err = RegisterMenu(VELMORA_COMMAND_MENU); err != Host::Error::NoError)
         return err;
     if (Host::GSErrCode err = RegisterMenu(VELMORA_SETTINGS_MENU); err != Host::Error::NoError)
@@ -64,7 +72,7 @@ Host::GSErrCode RegisterInterface() {
     return MainThreadDispatcher::RegisterService();
 }
 
-Host::GSErrCode Initialize() {
+Host::GSErrCode StartUp() {
     Logger::Get().Init();
     Logger::Get().Log(LogLevel::Info, "Velmora: Initialize");
 
@@ -94,19 +102,23 @@ Host::GSErrCode Initialize() {
     return Host::Error::NoError;
 }
 
-Host::GSErrCode FreeData() {
-    TriggerFilePoller::Stop();
-    // After this no thread of ours runs, and nothing queued outlives the code it would call.
+// After this no thread of ours runs, and nothing queued outlives the code it would call.
+void StopBackgroundWork() {
     if (std::size_t const stuck = BackgroundWork::StopAll(kStopWait); stuck > 0)
         Logger::Get().Log(LogLevel::Error, "Velmora: " + std::to_string(stuck) +
                                                " background thread(s) still running at FreeData");
     MainThreadDispatcher::DropQueued();
-    Logger::Get().Log(LogLevel::Info, "Velmora: FreeData");
-    Logger::Get().Shutdown();
-    return Host::Error::NoError;
 }
 
-Host::GSErrCode MenuCommandHandler(Host::API_MenuParams const* menuParams) {
+void LogFreeData() {
+    Logger::Get().Log(LogLevel::Info, "Velmora: FreeData");
+}
+
+void ShutDownLogger() {
+    Logger::Get().Shutdown();
+}
+
+Host::GSErrCode RunMenuCommand(Host::API_MenuParams const* menuParams) {
     if (menuParams == nullptr)
         return Host::Error::BadPars;
     Host::API_MenuItemRef const& ref = menuParams->menuItemRef;
@@ -118,6 +130,36 @@ Host::GSErrCode MenuCommandHandler(Host::API_MenuParams const* menuParams) {
     default:
         return Host::Error::NoError;
     }
+}
+
+} // namespace
+
+Host::API_AddonType CheckEnvironment(Host::API_EnvirParams* envir) {
+    // An add-on whose check blew up is better not loaded.
+    return GuardHostEntry(kCheckEnvironmentEntry, Host::APIAddon_DontRegister,
+                          [envir] { return DescribeAddOn(envir); });
+}
+
+Host::GSErrCode RegisterInterface() {
+    return GuardHostEntry(kRegisterInterfaceEntry, Host::Error::General, RegisterMenusAndService);
+}
+
+Host::GSErrCode Initialize() {
+    return GuardHostEntry(kInitializeEntry, Host::Error::General, StartUp);
+}
+
+Host::GSErrCode FreeData() {
+    // Every step runs even after one threw: the poller joined and the log closed leave the
+    // add-on ready for a later Initialize.
+    bool const clean =
+        RunEveryStep(kFreeDataEntry, {TriggerFilePoller::Stop, StopBackgroundWork, LogFreeData,
+                                      ShutDownLogger});
+    return clean ? Host::Error::NoError : Host::Error::General;
+}
+
+Host::GSErrCode MenuCommandHandler(Host::API_MenuParams const* menuParams) {
+    return GuardHostEntry(kMenuEntry, Host::Error::General,
+                          [menuParams] { return RunMenuCommand(menuParams); });
 }
 
 } // namespace Velmora

@@ -4,6 +4,7 @@
 #include "Extract/ExtractCommand.hpp"
 #include "Host/HostPort.hpp"
 #include "Logger.hpp"
+#include "MenuCheckMark.hpp"
 #include "Panel/WebAppPalette.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
@@ -44,28 +45,26 @@ constexpr SettingsToggle kMaskInstancesToggle{
 constexpr SettingsToggle const* kSettingsToggles[] = {&kMaskToggle, &kDebugDumpToggle,
                                                       &kMaskInstancesToggle};
 
-void SyncCheckMark(Host::Int32 item, bool checked) {
-    Host::API_MenuItemRef ref;
-    ref.menuResID = VELMORA_SETTINGS_MENU;
-    ref.itemIndex = item;
-    Host::GSFlags flags = 0;
-    if (Host::Get().MenuItem().GetMenuItemFlags(&ref, &flags) != Host::Error::NoError)
-        return;
-    flags &= ~Host::MenuItemFlag::Checked;
-    if (checked)
-        flags |= Host::MenuItemFlag::Checked;
-    Host::Get().MenuItem().SetMenuItemFlags(&ref, &flags);
-}
-
-Host::GSErrCode RunToggle(SettingsToggle const& toggle) {
+void ApplyExtractOptions(ExtractOptions const& options) {
     Settings& settings = Settings::Get();
-    // The group changes as one: copy, flip, assign back.
-    ExtractOptions options = settings.extractOptions;
-    options.*toggle.flag = !(options.*toggle.flag);
     settings.extractOptions = options;
     settings.SaveLocalFile();
     SyncSettingsMenuChecks();
-    Host::Get().WriteReport(options.*toggle.flag ? toggle.onText : toggle.offText, false);
+}
+
+Host::GSErrCode RunToggle(SettingsToggle const& toggle) {
+    // The group changes as one: copy, flip, assign back.
+    ExtractOptions const before = Settings::Get().extractOptions;
+    ExtractOptions options = before;
+    options.*toggle.flag = !(options.*toggle.flag);
+    try {
+        ApplyExtractOptions(options);
+        Host::Get().WriteReport(options.*toggle.flag ? toggle.onText : toggle.offText, false);
+    } catch (...) {
+        // Unconfirmed, the user is told it failed: then it must not have happened.
+        ApplyExtractOptions(before);
+        throw;
+    }
     return Host::Error::NoError;
 }
 
@@ -74,7 +73,7 @@ Host::GSErrCode RunToggle(SettingsToggle const& toggle) {
 void SyncSettingsMenuChecks() {
     ExtractOptions const& options = Settings::Get().extractOptions;
     for (SettingsToggle const* toggle : kSettingsToggles)
-        SyncCheckMark(toggle->item, options.*(toggle->flag));
+        SetMenuItemChecked(VELMORA_SETTINGS_MENU, toggle->item, options.*(toggle->flag));
 }
 
 Host::GSErrCode DoToggleMask() {

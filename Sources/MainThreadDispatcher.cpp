@@ -2,6 +2,7 @@
 
 #include "BackgroundWork.hpp"
 #include "Host/HostPort.hpp"
+#include "HostEntry.hpp"
 #include "Logger.hpp"
 #include "ResourceIds.hpp"
 
@@ -47,10 +48,15 @@ void RunQueued() {
         fn();
 }
 
+// Posted work belongs to no one the user could be told about here: a throw is only logged.
+constexpr HostEntry kDispatchEntry{"MainThreadDispatcher", false, true};
+
 Host::GSErrCode DispatchCommandHandler(Host::GSHandle /*params*/, Host::GSPtr /*resultData*/,
                                        bool /*silentMode*/) {
-    RunQueued();
-    return Host::Error::NoError;
+    return GuardHostEntry(kDispatchEntry, Host::Error::General, [] {
+        RunQueued();
+        return Host::Error::NoError;
+    });
 }
 
 // Any thread: a request that throws counts as refused, so that no poster's thread dies of it.

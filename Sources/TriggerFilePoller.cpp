@@ -2,6 +2,7 @@
 
 #include "BackgroundWork.hpp"
 #include "Commands.hpp"
+#include "HostEntry.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
 #include "Settings.hpp"
@@ -33,6 +34,10 @@ constexpr Trigger kTriggers[] = {
 };
 
 constexpr std::chrono::milliseconds kPollPeriod{200};
+
+// A tool dropped the file for the user, who hears of a failure as from the menu command. The
+// dispatcher's own call already asked the host to keep the add-on loaded.
+constexpr HostEntry kTriggerCommandEntry{"trigger command", true, false};
 
 bool gRunning = false;              // main thread only
 BackgroundWork::WorkId gThread = 0; // main thread only
@@ -72,7 +77,8 @@ void PostCommand(Trigger const& trigger) {
     Logger::Get().Log(LogLevel::Info, std::string("TriggerFilePoller: ") + trigger.fileName +
                                           " consumed -> " + trigger.label + " on the main thread");
     auto const command = trigger.command;
-    MainThreadDispatcher::Post([command] { command(); });
+    MainThreadDispatcher::Post(
+        [command] { GuardHostEntry(kTriggerCommandEntry, Host::Error::General, command); });
 }
 
 // Consume first, then post: a trigger fires at most once per file creation, and a file that

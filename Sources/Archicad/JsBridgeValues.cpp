@@ -1,5 +1,6 @@
 #include "JsBridgeValues.hpp"
 
+#include "HostEntry.hpp"
 #include "HostText.hpp"
 
 namespace Velmora::Archicad {
@@ -7,6 +8,10 @@ namespace Velmora::Archicad {
 namespace {
 
 using PortValue = Host::JS::Value;
+
+// The add-on guards its own function; this covers turning the page's values into the port's
+// and back, which allocates.
+constexpr HostEntry kBridgeValuesEntry{"window.velmora value conversion", false, false};
 
 GS::Ref<::JS::Base> ToHostPlainValue(PortValue const& value) {
     switch (value.GetType()) {
@@ -64,7 +69,9 @@ GS::Ref<::JS::Object> ToHostObject(std::shared_ptr<Host::JS::Object> const& obje
             // The page calls with one value and gets one back (a promise on its side).
             hostObject->AddItem(
                 new ::JS::Function(ToUniString(name), [function](GS::Ref<::JS::Base> argument) {
-                    return ToHostValue(function->Call(FromHostValue(argument)));
+                    return GuardHostEntry(kBridgeValuesEntry, GS::Ref<::JS::Base>(), [&] {
+                        return ToHostValue(function->Call(FromHostValue(argument)));
+                    });
                 }));
         } else {
             hostObject->AddItem(ToUniString(name), ToHostValue(item));

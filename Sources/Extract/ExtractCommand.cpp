@@ -369,8 +369,9 @@ Host::GSErrCode RunExtractAndUpload(ExtractOptions const& options) {
         });
         return Host::Error::NoError;
     } catch (...) {
+        // Free for the next try; the host entry that started it logs it and tells the user.
         gInFlight.exchange(false);
-        return Host::Error::General;
+        throw;
     }
 }
 

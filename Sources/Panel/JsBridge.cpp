@@ -1,6 +1,7 @@
 // window.velmora: the four functions the page calls, and their registration in every
 // document the browser loads.
 #include "Extract/ExtractCommand.hpp"
+#include "HostEntry.hpp"
 #include "Logger.hpp"
 #include "Panel/PanelJson.hpp"
 #include "Panel/PanelScripts.hpp"
@@ -31,17 +32,27 @@ std::shared_ptr<Host::JS::Object> WebAppPalette::BuildVelmoraJSObject() {
     struct Binding {
         char const* name;
         Member member;
+        HostEntry entry; // only requestExtract is the user's own click
     };
-    static constexpr Binding kBindings[] = {{"getAuthToken", &WebAppPalette::JS_GetAuthToken},
-                                            {"onAuthToken", &WebAppPalette::JS_OnAuthToken},
-                                            {"requestExtract", &WebAppPalette::JS_RequestExtract},
-                                            {"log", &WebAppPalette::JS_Log}};
+    static constexpr Binding kBindings[] = {
+        {"getAuthToken",
+         &WebAppPalette::JS_GetAuthToken,
+         {"window.velmora.getAuthToken", false, true}},
+        {"onAuthToken",
+         &WebAppPalette::JS_OnAuthToken,
+         {"window.velmora.onAuthToken", false, true}},
+        {"requestExtract",
+         &WebAppPalette::JS_RequestExtract,
+         {"window.velmora.requestExtract", true, true}},
+        {"log", &WebAppPalette::JS_Log, {"window.velmora.log", false, true}}};
     auto object = std::make_shared<Host::JS::Object>("velmora");
     for (Binding const& binding : kBindings) {
-        Member const member = binding.member;
+        // A throw answers the page with no value (undefined), which it reads as false.
         object->AddItem(
-            std::make_shared<Host::JS::Function>(binding.name, [this, member](JsRef value) {
-                return (this->*member)(std::move(value));
+            std::make_shared<Host::JS::Function>(binding.name, [this, &binding](JsRef value) {
+                return GuardHostEntry(binding.entry, JsRef(), [this, &binding, &value] {
+                    return (this->*binding.member)(std::move(value));
+                });
             }));
     }
     return object;

@@ -1,5 +1,6 @@
 // What the add-on sends into the page: the extraction events, the page hooks, the token pull
 // and the scripts each new document gets.
+#include "HostEntry.hpp"
 #include "Logger.hpp"
 #include "Panel/InputHook.hpp"
 #include "Panel/PanelJson.hpp"
@@ -9,6 +10,11 @@
 #include <algorithm>
 
 namespace Velmora {
+
+namespace {
+// The native input hook calls in from the system's event handling.
+constexpr HostEntry kNativeWheelEntry{"WebAppPalette native control-wheel", false, true};
+} // namespace
 
 bool WebAppPalette::RunScript(std::string const& script) {
     // Script errors stay in the page; the result is not acted on.
@@ -27,7 +33,9 @@ void WebAppPalette::HandleLoadingState(bool loading) {
     if (!documentReady_)
         return;
     RunScript(kInputShimScript);
-    InputHook::EnsureInstalled(nullptr, [this](short delta) { DispatchSyntheticCtrlWheel(delta); });
+    InputHook::EnsureInstalled(nullptr, [this](short delta) {
+        GuardHostEntry(kNativeWheelEntry, [this, delta] { DispatchSyntheticCtrlWheel(delta); });
+    });
 }
 
 void WebAppPalette::PostExtractionMessage(char const* action, ExtractionKind kind,

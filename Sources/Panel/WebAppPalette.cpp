@@ -3,7 +3,9 @@
 #include "Panel/WebAppPalette.hpp"
 
 #include "Host/Guid.hpp"
+#include "HostEntry.hpp"
 #include "Logger.hpp"
+#include "MenuCheckMark.hpp"
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 
@@ -22,6 +24,13 @@ std::shared_ptr<WebAppPalette>& Instance() {
 void LogError(std::string const& text) {
     Logger::Get().Log(LogLevel::Error, "WebAppPalette: " + text);
 }
+
+// The host's palette messages, its quit event and the window's own events: none is a command
+// the user chose from us, so a throw is only logged.
+constexpr HostEntry kPaletteMessageEntry{"WebAppPalette::PaletteControlCallBack", false, true};
+constexpr HostEntry kProjectEventEntry{"WebAppPalette::NotificationHandler", false, true};
+constexpr HostEntry kPanelEventEntry{"WebAppPalette panel event", false, true};
+constexpr HostEntry kLoadingStateEntry{"WebAppPalette page load notification", false, true};
 
 } // namespace
 
@@ -125,6 +134,12 @@ Host::GSErrCode WebAppPalette::RegisterPaletteControlCallBack() {
 Host::GSErrCode WebAppPalette::PaletteControlCallBack(Host::Int32 /*referenceId*/,
                                                       Host::API_PaletteMessageID message,
                                                       std::intptr_t param) {
+    return GuardHostEntry(kPaletteMessageEntry, Host::Error::General,
+                          [message, param] { return HandlePaletteMessage(message, param); });
+}
+
+Host::GSErrCode WebAppPalette::HandlePaletteMessage(Host::API_PaletteMessageID message,
+                                                    std::intptr_t param) {
     if (message < Host::APIPalMsg_ClosePalette || message > Host::APIPalMsg_IsPaletteVisible)
         return Host::Error::NoError;
     if (message == Host::APIPalMsg_IsPaletteVisible) {
@@ -169,12 +184,22 @@ Host::GSErrCode WebAppPalette::PaletteControlCallBack(Host::Int32 /*referenceId*
 
 Host::GSErrCode WebAppPalette::NotificationHandler(Host::API_NotifyEventID event,
                                                    Host::Int32 /*param*/) {
-    if (event != Host::APINotify_Quit)
+    return GuardHostEntry(kProjectEventEntry, Host::Error::General, [event] {
+        if (event != Host::APINotify_Quit)
+            return Host::Error::NoError;
+        // Released here; deleted unless someone still holds it.
+        std::shared_ptr<WebAppPalette> released;
+        released.swap(Instance());
         return Host::Error::NoError;
-    // Released here; deleted unless someone still holds it.
-    std::shared_ptr<WebAppPalette> released;
-    released.swap(Instance());
-    return Host::Error::NoError;
+    });
+}
+
+void WebAppPalette::BridgeBrowser::OnLoadingStateChange(
+    Host::DG::BrowserLoadingStateChangeArg const& arg) {
+    GuardHostEntry(kLoadingStateEntry, [this, &arg] {
+        if (onLoading_)
+            onLoading_(arg.isLoading);
+    });
 }
 
 // ---- Window --------------------------------------------------------------------------------
@@ -201,17 +226,7 @@ void WebAppPalette::SyncMenuCheck() const {
 }
 
 Host::GSErrCode WebAppPalette::SetMenuCheck(bool checked) const {
-    Host::API_MenuItemRef ref;
-    ref.menuResID = VELMORA_COMMAND_MENU;
-    ref.itemIndex = 1;
-    Host::GSFlags flags = 0;
-    if (Host::GSErrCode err = Host::Get().MenuItem().GetMenuItemFlags(&ref, &flags);
-        err != Host::Error::NoError)
-        return err;
-    flags &= ~Host::MenuItemFlag::Checked;
-    if (checked)
-        flags |= Host::MenuItemFlag::Checked;
-    return Host::Get().MenuItem().SetMenuItemFlags(&ref, &flags);
+    return SetMenuItemChecked(VELMORA_COMMAND_MENU, 1, checked);
 }
 
 PanelState WebAppPalette::CurrentState() const {
@@ -219,19 +234,23 @@ PanelState WebAppPalette::CurrentState() const {
 }
 
 void WebAppPalette::PanelResized(Host::DG::PanelResizeEvent const& ev) {
-    // The browser always fills the panel.
-    palette_->BeginMoveResizeItems();
-    browser_.Item().Resize(ev.GetHorizontalChange(), ev.GetVerticalChange());
-    palette_->EndMoveResizeItems();
+    GuardHostEntry(kPanelEventEntry, [this, &ev] {
+        // The browser always fills the panel.
+        palette_->BeginMoveResizeItems();
+        browser_.Item().Resize(ev.GetHorizontalChange(), ev.GetVerticalChange());
+        palette_->EndMoveResizeItems();
+    });
 }
 
 void WebAppPalette::PanelCloseRequested(Host::DG::PanelCloseRequestEvent const& /*ev*/,
                                         bool* accepted) {
-    // Closing only hides: the page and its sign-in survive.
-    palette_->Hide();
-    SyncMenuCheck();
-    if (accepted != nullptr)
-        *accepted = true;
+    GuardHostEntry(kPanelEventEntry, [this, accepted] {
+        // Closing only hides: the page and its sign-in survive.
+        palette_->Hide();
+        SyncMenuCheck();
+        if (accepted != nullptr)
+            *accepted = true;
+    });
 }
 
 } // namespace Velmora

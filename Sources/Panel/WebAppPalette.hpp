@@ -98,10 +98,7 @@ private:
         BridgeBrowser(std::unique_ptr<Host::DG::Browser> item,
                       std::function<void(bool)> const& onLoading)
             : item_(std::move(item)), onLoading_(onLoading) {}
-        void OnLoadingStateChange(Host::DG::BrowserLoadingStateChangeArg const& arg) override {
-            if (onLoading_)
-                onLoading_(arg.isLoading);
-        }
+        void OnLoadingStateChange(Host::DG::BrowserLoadingStateChangeArg const& arg) override;
         Host::DG::Browser& Item() const { return *item_; }
 
     private:
@@ -112,6 +109,8 @@ private:
     WebAppPalette(std::unique_ptr<Host::DG::Palette> palette,
                   std::unique_ptr<Host::DG::Browser> browser);
     static std::shared_ptr<WebAppPalette> Construct();
+    static Host::GSErrCode HandlePaletteMessage(Host::API_PaletteMessageID message,
+                                                std::intptr_t param);
 
     Host::GSErrCode SetMenuCheck(bool checked) const;
     void InitBrowserControl();

@@ -17,10 +17,11 @@ using testing::Return;
 class PaletteStateTest : public PanelTest {};
 
 // Messages that reach a missing palette must neither create one nor touch the menu, and
-// message 7 must answer "not visible" (else the host reopens a palette that never was).
+// message 7 must answer "not visible" (else the host reopens a palette that never was). Each
+// still asks the host to keep the add-on loaded, as every host call into it does.
 TEST_F(PaletteStateTest, MessagesWithoutAnInstanceDoNothingButAnswerNotVisible) {
     EXPECT_CALL(host.menuItem, SetMenuItemFlags(_, _)).Times(0);
-    EXPECT_CALL(host, KeepInMemory(_)).Times(0);
+    EXPECT_CALL(host, KeepInMemory(true)).Times(9);
     for (int message : {0, 1, 2, 3, 4, 5, 8, -1})
         EXPECT_EQ(WebAppPalette::PaletteControlCallBack(
                       0, static_cast<Host::API_PaletteMessageID>(message), 0),
@@ -37,7 +38,7 @@ TEST_F(PaletteStateTest, MessagesWithoutAnInstanceDoNothingButAnswerNotVisible) 
 // Message 6 (the Work Environment reopens the palette) must create, show, keep the add-on in
 // memory and check the menu item.
 TEST_F(PaletteStateTest, OpenMessageCreatesShowsAndChecksTheMenu) {
-    EXPECT_CALL(host, KeepInMemory(true)).Times(1);
+    EXPECT_CALL(host, KeepInMemory(true)).Times(testing::AtLeast(1));
     WebAppPalette::RegisterPaletteControlCallBack();
     EXPECT_EQ(host.SendPaletteMessage(Host::APIPalMsg_OpenPalette), Host::Error::NoError);
     ASSERT_TRUE(WebAppPalette::HasInstance());

@@ -1,4 +1,5 @@
 // velmora-sim end to end: the add-on loaded as the host loads it, driven like a user.
+#include "HostEntry.hpp"
 #include "support/SimProcess.hpp"
 #include "support/TempHome.hpp"
 
@@ -91,6 +92,28 @@ TEST_F(VelmoraSimTest, FailuresWhileLoadingStopTheLoadWithTheHostsErrorCode) {
     // The host still calls FreeData once Initialize ran; the poller never started.
     EXPECT_THAT(Log(), HasSubstr("Velmora: FreeData"));
     EXPECT_THAT(Log(), testing::Not(HasSubstr("TriggerFilePoller: watching")));
+}
+
+// Catches a host call whose exception still ends the process (in Archicad: Archicad itself)
+// while the add-on loads, in a command the user chose, or in one velmora-sim starts for the
+// user: each ends only its load or command, with one alert for the command.
+TEST_F(VelmoraSimTest, AThrowingHostCallEndsTheCommandNotTheProcess) {
+    std::string const alert = std::string("alert: ") + kUnexpectedErrorMessage;
+    struct Case {
+        std::vector<std::string> args;
+        int exitStatus;
+        std::string said;
+    };
+    for (Case const& c : std::vector<Case>{
+             {{"--throw", "ACAPI_MenuItem_RegisterMenu:2"}, 1, "RegisterInterface failed"},
+             {{"--throw", "ACAPI_RegisterModelessWindow"}, 1, "Initialize failed"},
+             {{"--throw", "ACAPI_WriteReport", "menu:32501:1"}, 0, alert},
+             {{"--throw", "ACAPI_WriteReport", "extract"}, 0, alert},
+         }) {
+        SimRun const run = Run(c.args);
+        EXPECT_EQ(run.exitStatus, c.exitStatus) << c.args[1] << "\n" << run.err;
+        EXPECT_THAT(run.out + run.err, HasSubstr(c.said)) << c.args[1];
+    }
 }
 
 TEST_F(VelmoraSimTest, ATriggerFileRunsItsCommandOnceAndIsConsumed) {

@@ -15,9 +15,6 @@ namespace Velmora::Testing {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-// Puts the settings singleton back to a freshly constructed state.
 void ResetSettingsToDefaults() {
     Settings const defaults;
     Settings& settings = Settings::Get();
@@ -30,8 +27,6 @@ void ResetSettingsToDefaults() {
     settings.excludeVegetation = defaults.excludeVegetation;
     settings.ClearAuthToken();
 }
-
-} // namespace
 
 AddOnTest::AddOnTest() {
     host.resourceStrings[{VELMORA_ADDON_INFO_STRINGS, 1}] = "Velmora";

@@ -10,6 +10,9 @@
 
 namespace Velmora::Testing {
 
+// Puts the settings singleton back to a freshly constructed state.
+void ResetSettingsToDefaults();
+
 class AddOnTest : public HostTest {
 protected:
     AddOnTest();
