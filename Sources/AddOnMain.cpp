@@ -50,7 +50,8 @@ Host::GSErrCode RunMenuItem(Command const (&items)[N], Host::Int32 item) {
 // at FreeData it is leaving: only Initialize and the handlers ask to stay.
 constexpr HostEntry kCheckEnvironmentEntry{"CheckEnvironment", false, false};
 constexpr HostEntry kRegisterInterfaceEntry{"RegisterInterface", false, false};
-// Preloaded: without asking, the host would unload the add-on (and its poller) at once.
+// The poller and delayed work run from start-up: an add-on unloaded after Initialize would
+// take their code with it.
 constexpr HostEntry kInitializeEntry{"Initialize", false, true};
 constexpr HostEntry kFreeDataEntry{"FreeData", false, false};
 constexpr HostEntry kMenuEntry{"MenuCommandHandler", true, true};
@@ -95,9 +96,6 @@ Host::GSErrCode StartUp() {
         err != Host::Error::NoError)
         return err;
 
-    // The poller and delayed work run from start-up: an add-on unloaded after Initialize
-    // would take their code with it.
-    Host::Get().KeepInMemory(true);
     TriggerFilePoller::Start();
     return Host::Error::NoError;
 }
