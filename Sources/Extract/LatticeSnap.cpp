@@ -401,7 +401,8 @@ public:
     void Snap(unsigned char* bytes, const Prediction& left, Prediction& above) const {
         const Block in = Load(bytes);
         const Block aboveBad = Outside(in, above.low, window_);
-        if (AllZero(aboveBad)) {
+        // Laid out as the straight path: most blocks fit.
+        if (__builtin_expect(AllZero(aboveBad), 1)) {
             Store(bytes, above.output);
             return;
         }
