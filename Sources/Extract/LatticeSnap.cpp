@@ -1,13 +1,14 @@
 // Snaps a recovered mask onto the lattice colours in use, 16 pixels (48 bytes) at a time.
 //
-// A mask is mostly runs of one lattice colour with a little jitter, and white. So a block is
-// tested in 16-byte vectors against a whole pattern: "every channel within `span` of one lattice
-// colour" (such pixels all share that colour's position, pass the error limit and cannot be
-// background, so they all take its output), or "every channel at least the floor" (white). Most
-// blocks fit the pattern the run before them had; a mixed block takes its start from that
-// pattern and its end from the pattern of its last pixel, and whatever lies between goes pattern
-// by pattern, a pixel that fits none alone through the per-channel tables. So only the first
-// pixel of a run needs a look-up, and the in-use set is never gathered per pixel.
+// A mask is mostly runs of one lattice colour with a little jitter, and white. So pixels are
+// tested in 16-byte vectors against windows of `window` values: "every channel in the window
+// around one lattice colour" (such pixels all share that colour's position, pass the error limit
+// and cannot be background, so they all take its output), or "every channel in the top `window`
+// values" (white). Edges in a mask run on down the rows, so each block is first tested against what
+// the block directly above became, pixel by pixel; most blocks, mixed ones too, fit it whole. A
+// block that does not takes its start from the pattern of the pixel before it and its end from the
+// pattern of its last pixel, and whatever lies between goes pattern by pattern, a pixel that fits
+// none alone through the per-channel tables. So the in-use set is never gathered per pixel.
 #include "Extract/CategoryPalette.hpp"
 #include "Extract/Raster.hpp"
 
@@ -15,6 +16,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -43,14 +46,16 @@ constexpr std::uint32_t kScrambleStep = 1327; // lattice index to lattice positi
 
 struct PositionEntry {
     std::uint32_t output = kPackedWhite; // the lattice colour, white when not in use
-    std::uint32_t low = kNoPattern;      // the colour minus `span` per channel, if matchable
+    std::uint32_t low = kNoPattern; // the colour minus half the window per channel, if matchable
 };
 
 struct SnapTables {
     std::array<std::array<std::uint32_t, 256>, kChannels> channel{};
     std::array<PositionEntry, kLatticeSize> position{};
     std::uint32_t maxError = 0;
-    unsigned char span = 0; // channels within this of their level cannot leave its cell
+    unsigned char span = 0;   // channels within this of their level cannot leave its cell
+    unsigned char window = 1; // the width of every pattern's window: no more than 2 span + 1,
+                              // and no more than the values from the floor up
     unsigned char backgroundFloor = 0;
 };
 
@@ -145,13 +150,13 @@ std::array<Rgb8, kLatticeSize> LatticeColours() {
 }
 
 // A pattern is usable only where no pixel inside it can be background: its darkest channel
-// plus the span stays below the floor.
+// plus the span (which the window never passes) stays below the floor.
 PositionEntry PositionEntryFor(Rgb8 colour, bool inUse, const SnapTables& tables) {
     PositionEntry entry;
     entry.output = inUse ? Pack(colour) : kPackedWhite;
     if (std::min({colour.r, colour.g, colour.b}) + tables.span < tables.backgroundFloor) {
         const auto low = [&](std::uint8_t level) {
-            return static_cast<std::uint32_t>(level - tables.span);
+            return static_cast<std::uint32_t>(level - tables.window / 2);
         };
         entry.low = low(colour.r) | (low(colour.g) << 8) | (low(colour.b) << 16);
     }
@@ -163,6 +168,8 @@ SnapTables BuildSnapTables(const std::vector<unsigned char>& inUse, unsigned cha
     SnapTables tables;
     tables.backgroundFloor = backgroundFloor;
     tables.span = SpanForLimit(maxSqError);
+    tables.window =
+        static_cast<unsigned char>(std::min(2 * tables.span + 1, 256 - backgroundFloor));
     BuildChannelTables(tables);
     static const std::array<Rgb8, kLatticeSize> colours = LatticeColours();
     for (int index = 0; index < kLatticeSize; ++index) {
@@ -318,29 +325,28 @@ constexpr std::array<std::uint64_t, 256> ByteMasks() {
 constexpr std::array<std::uint64_t, 256> kByteMasks = ByteMasks();
 
 // 0xFF in every byte of the pixels set in `pixels` (bit 3k), 0 elsewhere.
-Block ExpandPixels(std::uint64_t pixels) {
+inline __attribute__((always_inline)) Block ExpandPixels(std::uint64_t pixels) {
     const std::uint64_t bytes = pixels | (pixels << 1) | (pixels << 2);
     const auto eight = [&](int shift) { return kByteMasks[(bytes >> shift) & 0xFF]; };
     return Block{Vector(eight(0), eight(8)), Vector(eight(16), eight(24)),
                  Vector(eight(32), eight(40))};
 }
 
-// One pattern: the window [low, low + size) (modulo 256) that each byte must lie in, and what
-// the pixels whose three bytes all do become. A size of 0 matches nothing.
+// One pattern: the window [low, low + window) that each byte must lie in, and what the pixels
+// whose three bytes all do become. Every window has the same width, so that it stays in a
+// register; where there is no pattern the white one stands in, as what fits it is white anyway.
 struct Pattern {
     Block low;
     Block output;
-    U8x16 size{};
 };
 
-U8x16 Outside(U8x16 bytes, U8x16 low, U8x16 size) {
-    return BitCast<U8x16>(static_cast<U8x16>(bytes - low) >= size);
+U8x16 Outside(U8x16 bytes, U8x16 low, U8x16 window) {
+    return BitCast<U8x16>(static_cast<U8x16>(bytes - low) >= window);
 }
 
-Block Mismatch(const Block& in, const Pattern& pattern) {
-    return Block{Outside(in.low, pattern.low.low, pattern.size),
-                 Outside(in.mid, pattern.low.mid, pattern.size),
-                 Outside(in.high, pattern.low.high, pattern.size)};
+Block Outside(const Block& in, const Block& low, U8x16 window) {
+    return Block{Outside(in.low, low.low, window), Outside(in.mid, low.mid, window),
+                 Outside(in.high, low.high, window)};
 }
 
 U8x16 Select(U8x16 into, U8x16 from, U8x16 mask) {
@@ -360,54 +366,88 @@ constexpr unsigned kLastPixelAt = kBlockBytes - kChannels;
 constexpr std::uint32_t kWhitePattern = kLatticeSize;
 constexpr std::uint32_t kNoMatch = kLatticeSize + 1;
 
-// Patterns by lattice position, then white, then one that matches nothing.
+// Patterns by lattice position, then white, then the one for pixels that fit none.
 std::vector<Pattern> BuildPatterns(const SnapTables& tables) {
-    std::vector<Pattern> patterns(kLatticeSize + 2);
-    const U8x16 nearSize = Splat(static_cast<unsigned char>(2 * tables.span + 1));
+    // The top `window` byte values, all at least the floor.
+    const Pattern white{Repeat((256u - tables.window) * 0x010101u), Repeat(kPackedWhite)};
+    std::vector<Pattern> patterns(kLatticeSize + 2, white);
     for (std::size_t position = 0; position < kLatticeSize; ++position) {
         const PositionEntry& entry = tables.position[position];
         if (entry.low != kNoPattern) {
-            patterns[position] = Pattern{Repeat(entry.low), Repeat(entry.output), nearSize};
+            patterns[position] = Pattern{Repeat(entry.low), Repeat(entry.output)};
         }
     }
-    // Every byte from the floor up; a floor of 0 never gets here.
-    patterns[kWhitePattern] =
-        Pattern{Repeat(tables.backgroundFloor * 0x010101u), Repeat(kPackedWhite),
-                Splat(static_cast<unsigned char>(256 - tables.backgroundFloor))};
     return patterns;
 }
+
+// What the block directly above became, byte by byte: the window and output of the pattern each
+// of its pixels fitted (white where none). Edges in a mask mostly run on down the rows, so
+// a block, mixed or not, usually fits this whole.
+struct Prediction {
+    Block low;
+    Block output;
+    const Pattern* last = nullptr; // the pattern its last pixel fitted
+};
 
 class BlockSnapper {
 public:
     explicit BlockSnapper(const SnapTables& tables)
-        : tables_(tables), patterns_(BuildPatterns(tables)), current_(&patterns_[kWhitePattern]) {}
+        : tables_(tables), patterns_(BuildPatterns(tables)), window_(Splat(tables.window)) {}
 
-    // Most blocks fit the pattern that the block before ended with. Most others start with it
-    // and end with the pattern of their last pixel; what lies between goes pattern by pattern.
-    void Snap(unsigned char* bytes) {
+    // A block that fits what the block above became takes its output. Any other starts with
+    // the pattern of the pixel before it and ends with that of its own last pixel (most often
+    // the one the block above ended with); pixels between take what the block above predicts
+    // where they fit it, and only the rest go pattern by pattern.
+    void Snap(unsigned char* bytes, const Prediction& left, Prediction& above) const {
         const Block in = Load(bytes);
-        const Block bad = Mismatch(in, *current_);
-        if (AllZero(bad)) {
-            Store(bytes, current_->output);
+        const Block aboveBad = Outside(in, above.low, window_);
+        // Laid out as the straight path: most blocks fit.
+        if (__builtin_expect(AllZero(aboveBad), 1)) {
+            Store(bytes, above.output);
             return;
         }
-        const Pattern& last = patterns_[PatternOf(bytes + kLastPixelAt)];
-        // Bytes [0, head) fit the current pattern, bytes [tail, 48) that of the last pixel.
-        const unsigned head = PixelStart(static_cast<unsigned>(__builtin_ctzll(MaskBits(bad))));
-        const std::uint64_t lastBad = MaskBits(Mismatch(in, last));
+        const Pattern& before = *left.last;
+        const Pattern* last = above.last;
+        std::uint64_t lastBad = MaskBits(Outside(in, last->low, window_));
+        if ((lastBad >> kLastPixelAt) != 0) {
+            last = &patterns_[PatternOf(bytes + kLastPixelAt)];
+            lastBad = MaskBits(Outside(in, last->low, window_));
+        }
+        // Bytes [0, head) fit the pattern before, bytes [tail, 48) that of the last pixel.
+        const std::uint64_t firstBad =
+            MaskBits(Outside(in, before.low, window_)) | (std::uint64_t{1} << kBlockBytes);
+        const unsigned head = PixelStart(static_cast<unsigned>(__builtin_ctzll(firstBad)));
         const unsigned tail =
             lastBad == 0 ? 0 : PixelStart(63 - static_cast<unsigned>(__builtin_clzll(lastBad))) + 3;
-        Block out = Blend(last.output, in, FirstBytes(tail));
-        out = Blend(out, current_->output, FirstBytes(head));
-        // Taken even when it matched nothing: waiting for the match would hold up the next block.
-        current_ = &last;
+        const Block firstPart = FirstBytes(head);
+        Prediction next{Blend(last->low, before.low, firstPart),
+                        Blend(last->output, before.output, firstPart), last};
         if (head < tail) {
             const std::uint64_t below = (std::uint64_t{1} << tail) - 1;
-            const std::uint64_t above = ~((std::uint64_t{1} << head) - 1);
-            SnapBetween(bytes, in, kPixelStarts & below & above, out);
+            const std::uint64_t after = ~((std::uint64_t{1} << head) - 1);
+            const std::uint64_t middle = kPixelStarts & below & after;
+            const std::uint64_t fromAbove = CleanPixels(aboveBad) & middle;
+            const Block kept = ExpandPixels(fromAbove);
+            next.low = Blend(next.low, above.low, kept);
+            next.output = Blend(next.output, above.output, kept);
+            if (fromAbove != middle) {
+                const std::uint64_t alone = SnapBetween(bytes, in, middle & ~fromAbove, next);
+                if (alone != 0) {
+                    // What fits the white window is white, whatever these pixels became.
+                    Store(bytes, next.output);
+                    const Block aloneBytes = ExpandPixels(alone);
+                    const Pattern& white = patterns_[kWhitePattern];
+                    above = Prediction{Blend(next.low, white.low, aloneBytes),
+                                       Blend(next.output, white.output, aloneBytes), last};
+                    return;
+                }
+            }
         }
-        Store(bytes, out);
+        above = next;
+        Store(bytes, next.output);
     }
+
+    const Pattern& White() const { return patterns_[kWhitePattern]; }
 
 private:
     // White for a background pixel, its lattice colour's window for a near one, else none;
@@ -419,24 +459,29 @@ private:
     }
 
     // Pattern by pattern, from the first open pixel; a pixel that fits none, and whatever is
-    // left after a few patterns, alone.
-    void SnapBetween(const unsigned char* bytes, const Block& in, std::uint64_t open,
-                     Block& out) const {
+    // left after a few patterns, alone. Returns the pixels done alone.
+    std::uint64_t SnapBetween(const unsigned char* bytes, const Block& in, std::uint64_t open,
+                              Prediction& next) const {
+        std::uint64_t alone = 0;
         for (int round = 0; open != 0 && round < kMaxRounds; ++round) {
             const auto first = static_cast<unsigned>(__builtin_ctzll(open));
             const Pattern& pattern = patterns_[PatternOf(bytes + first)];
-            const std::uint64_t matched = CleanPixels(Mismatch(in, pattern)) & open;
-            out = Blend(out, pattern.output, ExpandPixels(matched));
+            const std::uint64_t matched = CleanPixels(Outside(in, pattern.low, window_)) & open;
+            const Block matchedBytes = ExpandPixels(matched);
+            next.output = Blend(next.output, pattern.output, matchedBytes);
+            next.low = Blend(next.low, pattern.low, matchedBytes);
             open &= ~matched;
             if ((matched >> first & 1) == 0) {
-                PutPackedInto(out, first, SnapOne(tables_, bytes + first));
+                alone |= std::uint64_t{1} << first;
                 open &= ~(std::uint64_t{1} << first);
             }
         }
-        for (; open != 0; open &= open - 1) {
-            const auto at = static_cast<unsigned>(__builtin_ctzll(open));
-            PutPackedInto(out, at, SnapOne(tables_, bytes + at));
+        alone |= open;
+        for (std::uint64_t left = alone; left != 0; left &= left - 1) {
+            const auto at = static_cast<unsigned>(__builtin_ctzll(left));
+            PutPackedInto(next.output, at, SnapOne(tables_, bytes + at));
         }
+        return alone;
     }
 
     static void PutPackedInto(Block& block, unsigned at, std::uint32_t colour) {
@@ -448,14 +493,25 @@ private:
 
     const SnapTables& tables_;
     const std::vector<Pattern> patterns_;
-    const Pattern* current_; // the pattern of the last pixel of the last mixed block
+    const U8x16 window_;
 };
 
-void SnapPixels(const SnapTables& tables, unsigned char* rgb, std::size_t pixels) {
-    BlockSnapper snapper(tables);
+void SnapPixels(const SnapTables& tables, unsigned char* rgb, std::size_t pixels,
+                std::size_t width) {
+    const BlockSnapper snapper(tables);
     const std::size_t blocks = pixels / kBlockPixels;
-    for (std::size_t block = 0; block < blocks; ++block) {
-        snapper.Snap(rgb + block * kBlockBytes);
+    // One prediction per block of a row; rows whose width is not a whole number of blocks
+    // just predict less well.
+    const Pattern& white = snapper.White();
+    std::vector<Prediction> predictions(std::max<std::size_t>(1, width / kBlockPixels),
+                                        Prediction{white.low, white.output, &white});
+    Prediction* const end = predictions.data() + predictions.size();
+    const Prediction* left = end - 1; // any prediction is right: it only has to be a guess
+    Prediction* above = predictions.data();
+    for (unsigned char* bytes = rgb; bytes < rgb + blocks * kBlockBytes; bytes += kBlockBytes) {
+        snapper.Snap(bytes, *left, *above);
+        left = above;
+        above = above + 1 == end ? predictions.data() : above + 1;
     }
     for (std::size_t at = blocks * kBlockBytes; at < pixels * kChannels; at += kChannels) {
         PutPacked(rgb + at, SnapOne(tables, rgb + at));
@@ -477,7 +533,8 @@ void SnapRgbToLatticeSet(std::vector<unsigned char>& rgb, int width, int height,
     }
     const SnapTables tables = BuildSnapTables(inUse, backgroundFloor, maxSqError);
     SnapPixels(tables, rgb.data(),
-               static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+               static_cast<std::size_t>(width) * static_cast<std::size_t>(height),
+               static_cast<std::size_t>(width));
 }
 
 } // namespace Velmora

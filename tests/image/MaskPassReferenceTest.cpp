@@ -187,6 +187,72 @@ TEST(MaskPassReference, SnapMatchesTheRuleOnJitteredRuns) {
     }
 }
 
+// Shapes whose edges run down the rows (upright, leaning one pixel a row, or every other row),
+// whose colours change now and then from one row to the next, with jitter, lone stray pixels and
+// white between them.
+Bytes ShapesDownTheRows(int width, int height, std::mt19937& rng) {
+    constexpr int kStripes = 5;
+    int edge[kStripes], lean[kStripes], value[kStripes][3];
+    const auto recolour = [&](int stripe) {
+        const int kind = int(rng() % 4); // white, near a level, a little further, far off
+        const int level = Level(int(rng() % 13));
+        for (int c = 0; c < 3; ++c) {
+            value[stripe][c] = kind == 0 ? 255 : kind == 3 ? int(rng() % 256) : level;
+        }
+        value[stripe][0] += kind == 2 ? 5 : 0;
+    };
+    for (int stripe = 0; stripe < kStripes; ++stripe) {
+        edge[stripe] = int(rng() % unsigned(width));
+        lean[stripe] = int(rng() % 5) - 2;
+        recolour(stripe);
+    }
+    Bytes mask;
+    for (int y = 0; y < height; ++y) {
+        for (int stripe = 0; stripe < kStripes; ++stripe) {
+            edge[stripe] += y % 2 == 0 ? lean[stripe] / 2 : lean[stripe] - lean[stripe] / 2;
+            if (rng() % 9 == 0) {
+                recolour(stripe);
+            }
+        }
+        for (int x = 0; x < width; ++x) {
+            int owner = 0; // the stripe with the nearest edge at or left of x, wrapping
+            for (int stripe = 1; stripe < kStripes; ++stripe) {
+                const auto distance = [&](int s) {
+                    return ((x - edge[s]) % width + width) % width;
+                };
+                owner = distance(stripe) < distance(owner) ? stripe : owner;
+            }
+            for (int c = 0; c < 3; ++c) {
+                const int jitter = int(rng() % 5) - 2;
+                const int stray = rng() % 60 == 0 ? int(rng() % 256) : -1;
+                const int pixel = stray >= 0 ? stray : value[owner][c] + jitter;
+                mask.push_back(static_cast<unsigned char>(std::clamp(pixel, 0, 255)));
+            }
+        }
+    }
+    return mask;
+}
+
+// Fault: a block that takes what the block above became although one of its pixels no longer
+// fits it, an above block whose lone or white pixels predict the colour they were given rather
+// than white, a first row predicted from nothing, or a row width that is not whole blocks
+// pairing a block with the wrong one above.
+TEST(MaskPassReference, SnapMatchesTheRuleOnShapesDownTheRows) {
+    std::mt19937 rng(47);
+    const Bytes inUse = RandomBytes(2197, rng, 2);
+    for (const int width : {16, 7, 53, 96, 160, 203}) {
+        const Bytes shapes = ShapesDownTheRows(width, 60, rng);
+        for (const int floor : {250, 200, 241}) {
+            for (const long limit : {64L, -1L, 0L, 48L}) {
+                Bytes snapped = shapes;
+                SnapRgbToLatticeSet(snapped, width, 60, inUse, static_cast<unsigned char>(floor),
+                                    limit);
+                ExpectSnappedByRule(shapes, snapped, inUse, floor, limit);
+            }
+        }
+    }
+}
+
 // Fault: a crop, scale, foreground count or BMP decode that drops, shifts or swaps a byte on some
 // size or offset the hand-written cases miss.
 TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {
