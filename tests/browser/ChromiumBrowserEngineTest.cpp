@@ -1,5 +1,5 @@
 // The real browser engine against the reference service's page: loading notifications, the
-// bridge object and its calls, scripts, screenshots and a clean shutdown.
+// bridge object and its calls, scripts and a clean shutdown.
 #include "Sim/ChromiumBrowserEngine.hpp"
 #include "browser/BrowserTestSupport.hpp"
 #include "support/TempHome.hpp"
@@ -29,9 +29,6 @@ struct Call {
     std::string object;
     std::string function;
     std::string argument;
-    bool operator==(Call const& other) const {
-        return object == other.object && function == other.function && argument == other.argument;
-    }
 };
 
 // Plays the browser item: records what the engine reports and answers page calls.
@@ -184,44 +181,6 @@ TEST_F(ChromiumBrowserEngineTest, ScriptsReachThePageAndAFailingOneStopsNothing)
     EXPECT_EQ(Eval("document.getElementById('progress-text').textContent"),
               "\"40% \xC2\xB7 Uploading\"");
     EXPECT_EQ(Eval("window.__events[0].data.progress"), "40");
-}
-
-// Catches a token source that does not follow the page's sign-in state, and a page that does
-// not tell the add-on: sign-in asks for the add-on's token (its cue to pull the page's) and
-// sign-out hands over an empty token.
-TEST_F(ChromiumBrowserEngineTest, ThePagesTokenSourceFollowsSignInAndOut) {
-    LoadPage();
-    EXPECT_EQ(Eval("window.getFirebaseToken()"), R"("{\"success\":false}")");
-    ASSERT_TRUE(Await(engine->Click("#sign-in", 10000)).ok);
-    ASSERT_TRUE(
-        Await(engine->WaitUntil("JSON.parse(window.getFirebaseToken()).success", 10000)).ok);
-    EXPECT_EQ(Eval("JSON.parse(window.getFirebaseToken()).token"), "\"velmora-dev-token\"");
-    EXPECT_EQ(recorder.AwaitCalls(1).at(0).function, "getAuthToken");
-    ASSERT_TRUE(Await(engine->Click("#sign-out", 10000)).ok);
-    std::vector<Call> const calls = recorder.AwaitCalls(2);
-    ASSERT_EQ(calls.size(), 2u);
-    EXPECT_EQ(calls[1], (Call{"velmora", "onAuthToken", R"("")"}));
-    EXPECT_EQ(Eval("window.getFirebaseToken()"), R"("{\"success\":false}")");
-}
-
-// Catches a screenshot that is not a PNG of the panel's size.
-TEST_F(ChromiumBrowserEngineTest, ScreenshotsArePngsOfThePanel) {
-    LoadPage();
-    TempHome folder;
-    fs::path const path = folder.Path() / "panel.png";
-    BrowserDriverReply const reply = Await(engine->Screenshot(path.string()));
-    ASSERT_TRUE(reply.ok) << reply.error;
-    std::string const png = ReadFile(path);
-    ASSERT_GT(png.size(), 24u);
-    EXPECT_EQ(png.substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
-    auto const be32 = [&png](std::size_t at) {
-        return (static_cast<unsigned char>(png[at]) << 24) |
-               (static_cast<unsigned char>(png[at + 1]) << 16) |
-               (static_cast<unsigned char>(png[at + 2]) << 8) |
-               static_cast<unsigned char>(png[at + 3]);
-    };
-    EXPECT_EQ(be32(16), 440u);
-    EXPECT_EQ(be32(20), 720u);
 }
 
 // Catches a shutdown that leaves the driver as a zombie or the browser running.

@@ -2,8 +2,6 @@
 
 #include "Logger.hpp"
 
-#include <sstream>
-
 namespace Velmora::Testing {
 
 namespace fs = std::filesystem;
@@ -11,15 +9,6 @@ namespace fs = std::filesystem;
 ExtractTest::ExtractTest() : temp(home.Path() / "tmp"), window(host, home.Path() / "tmp") {
     fs::create_directories(temp);
     Logger::Get().Init();
-}
-
-std::vector<std::string> ExtractTest::LogLinesWith(std::string const& text) const {
-    std::vector<std::string> lines;
-    std::istringstream log(LogText());
-    for (std::string line; std::getline(log, line);)
-        if (line.find(text) != std::string::npos)
-            lines.push_back(line.substr(line.find(' ') + 1));
-    return lines;
 }
 
 std::vector<std::string> ExtractTest::TempFiles() const {

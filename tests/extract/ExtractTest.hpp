@@ -14,8 +14,6 @@ class ExtractTest : public AddOnTest {
 protected:
     ExtractTest();
 
-    // Log lines holding `text`, without their timestamps.
-    std::vector<std::string> LogLinesWith(std::string const& text) const;
     // Files left in the temporary folder.
     std::vector<std::string> TempFiles() const;
 

@@ -5,37 +5,19 @@
 #include "Extract/CategoryPalette.hpp"
 #include "Extract/FileBytes.hpp"
 #include "Extract/RatioMaskRenderer.hpp"
+#include "support/ImageFiles.hpp"
 
 #include <gmock/gmock.h>
-#include <png.h>
 
 namespace Velmora::Testing {
 namespace {
 
 using testing::_;
 
-struct DecodedPng {
-    int width = 0;
-    int height = 0;
-    std::vector<unsigned char> rgb;
-};
-
-DecodedPng ReadPng(std::string const& path) {
-    std::vector<unsigned char> bytes;
-    DecodedPng out;
-    if (!ve_detail::ReadAllBytes(path, bytes))
-        return out;
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()))
-        return out;
-    image.format = PNG_FORMAT_RGB;
-    out.rgb.resize(PNG_IMAGE_SIZE(image));
-    if (png_image_finish_read(&image, nullptr, out.rgb.data(), 0, nullptr)) {
-        out.width = int(image.width);
-        out.height = int(image.height);
-    }
-    return out;
+DecodedImage ReadPng(std::string const& path) {
+    DecodedImage png;
+    EXPECT_TRUE(DecodePngFile(path, png)) << path;
+    return png;
 }
 
 bool SameColour(Host::API_RGBAColor const& host, Rgb8 expected) {
@@ -106,7 +88,7 @@ TEST_F(RatioMaskRendererTest, ATiledCanvasIsMatchedByAnIntegerFactorOnly) {
     EXPECT_CALL(host.view, Change3DStyle(_)).Times(4); // to OpenGL and back, per render
     MaskResult const enlarged = Render(3000, 1800);
     ASSERT_EQ(enlarged.err, 0);
-    DecodedPng const png = ReadPng(enlarged.pngPath);
+    DecodedImage const png = ReadPng(enlarged.pngPath);
     ASSERT_EQ(png.width, 3000);
     ASSERT_EQ(png.height, 1800);
     // Capture pixel (x, 0) covers (3x..3x+2, 0..2): walls at even x, slabs at odd x.

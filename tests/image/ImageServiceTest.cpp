@@ -1,7 +1,7 @@
 #include "Platform/ImageService.hpp"
 #include "Extract/CategoryPalette.hpp"
 #include "Extract/PngEncoder.hpp"
-#include "Extract/Raster.hpp"
+#include "support/ImageFiles.hpp"
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
@@ -17,11 +17,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-struct Picture {
-    int width = 0;
-    int height = 0;
-    Bytes rgb;
-};
+using Picture = Testing::DecodedImage;
 
 // A grid of tiles numbered row by row from `first`; each tile's quadrants have their own
 // colours, so a misplaced, flipped or mirrored tile shows.
@@ -47,28 +43,15 @@ Bytes EncodePng(const Picture& picture) {
     return png;
 }
 
-Bytes EncodeJpeg(const Picture& picture) {
-    tjhandle encoder = tjInitCompress();
-    unsigned char* jpeg = nullptr;
-    unsigned long size = 0;
-    EXPECT_EQ(tjCompress2(encoder, picture.rgb.data(), picture.width, 0, picture.height, TJPF_RGB,
-                          &jpeg, &size, TJSAMP_444, 95, 0),
-              0);
-    const Bytes result(jpeg, jpeg + size);
-    tjFree(jpeg);
-    tjDestroy(encoder);
-    return result;
+Bytes JpegOf(const Picture& picture, int quality = 95, int subsampling = TJSAMP_444) {
+    const Bytes jpeg = Testing::EncodeJpeg(picture, quality, subsampling);
+    EXPECT_FALSE(jpeg.empty());
+    return jpeg;
 }
 
-Picture DecodeJpeg(const Bytes& jpeg) {
+Picture PictureOf(const Bytes& jpeg) {
     Picture picture;
-    EXPECT_TRUE(JpegPixelSize(jpeg, picture.width, picture.height));
-    picture.rgb.resize(std::size_t{3} * picture.width * picture.height);
-    tjhandle decoder = tjInitDecompress();
-    EXPECT_EQ(tjDecompress2(decoder, jpeg.data(), jpeg.size(), picture.rgb.data(), picture.width, 0,
-                            picture.height, TJPF_RGB, 0),
-              0);
-    tjDestroy(decoder);
+    EXPECT_TRUE(Testing::DecodeJpeg(jpeg, picture));
     return picture;
 }
 
@@ -90,30 +73,34 @@ void ExpectQuadrantGrid(const Picture& picture, int cols, int rows, int tileW, i
     }
 }
 
+// Catches tiles placed column by column, flipped (row 0 at the bottom) or mirrored, and a PNG
+// or JPEG tile the stitcher cannot take.
 TEST(StitchImageGrid, PlacesMixedPngAndJpegTilesRowByRowWithRowZeroOnTop) {
     std::vector<Bytes> tiles;
     for (int tile = 0; tile < 6; ++tile) {
         const Picture picture = QuadrantGrid(1, 1, 64, 48, tile);
-        tiles.push_back(tile % 2 == 0 ? EncodePng(picture) : EncodeJpeg(picture));
+        tiles.push_back(tile % 2 == 0 ? EncodePng(picture) : JpegOf(picture));
     }
     Bytes jpeg = {1, 2, 3};
     int width = 0, height = 0;
     ASSERT_TRUE(StitchImageGrid(tiles, 3, 2, jpeg, width, height));
     ASSERT_EQ(std::make_pair(width, height), std::make_pair(3 * 64, 2 * 48));
-    ExpectQuadrantGrid(DecodeJpeg(jpeg), 3, 2, 64, 48);
+    ExpectQuadrantGrid(PictureOf(jpeg), 3, 2, 64, 48);
 }
 
+// Catches unequal tiles, a grid that does not match the tile count, or a damaged tile stitched
+// anyway, and outputs not cleared on refusal.
 TEST(StitchImageGrid, RejectsBadGridsAndTilesWithClearedOutputs) {
     // Busy enough that half of the JPEG still holds all headers and part of the scan.
     const Picture busy = QuadrantGrid(16, 16, 4, 4);
     const Bytes png = EncodePng(busy);
-    const Bytes jpeg = EncodeJpeg(busy);
+    const Bytes jpeg = JpegOf(busy);
     const Bytes garbage(500, 0x5A);
     const Bytes halfPng(png.begin(), png.begin() + static_cast<std::ptrdiff_t>(png.size() / 2));
     const Bytes halfJpeg(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2));
     const std::tuple<std::vector<Bytes>, int, int> cases[] = {
         {{png, EncodePng(QuadrantGrid(1, 1, 64, 65))}, 2, 1}, // tiles of unequal sizes
-        {{png, EncodeJpeg(QuadrantGrid(1, 1, 63, 64))}, 1, 2},
+        {{png, JpegOf(QuadrantGrid(1, 1, 63, 64))}, 1, 2},
         {{png, png, png}, 2, 2}, // grids that do not match the tile count
         {{png}, -1, -1},
         {{garbage, png}, 1, 2}, // undecodable tiles, first or later
@@ -130,12 +117,14 @@ TEST(StitchImageGrid, RejectsBadGridsAndTilesWithClearedOutputs) {
     }
 }
 
+// Catches a crop off by a pixel, one clipped to fit instead of refused, and output kept on
+// refusal.
 TEST(CropJpeg, KeepsRectanglesWhollyInsideAndRejectsOthers) {
-    const Bytes jpeg = EncodeJpeg(QuadrantGrid(2, 2, 32, 24));
+    const Bytes jpeg = JpegOf(QuadrantGrid(2, 2, 32, 24));
     Bytes out;
     for (int tile = 0; tile < 4; ++tile) { // the last one touches the right and bottom edges
         ASSERT_TRUE(CropJpegCentered(jpeg, (tile % 2) * 32, (tile / 2) * 24, 32, 24, out));
-        ExpectQuadrantGrid(DecodeJpeg(out), 1, 1, 32, 24, tile);
+        ExpectQuadrantGrid(PictureOf(out), 1, 1, 32, 24, tile);
     }
     const std::array<int, 4> outside[] = {
         {33, 24, 32, 24}, {32, 25, 32, 24}, {-1, 0, 8, 8}, {0, 0, 0, 8}, {1, 1, INT_MAX, 8}};
@@ -160,17 +149,7 @@ Bytes QuantTables(const Bytes& jpeg) {
 }
 
 Bytes JpegAtQuality(int quality) {
-    const Picture picture = QuadrantGrid(1, 1, 16, 16);
-    tjhandle encoder = tjInitCompress();
-    unsigned char* jpeg = nullptr;
-    unsigned long size = 0;
-    EXPECT_EQ(tjCompress2(encoder, picture.rgb.data(), 16, 0, 16, TJPF_RGB, &jpeg, &size,
-                          TJSAMP_420, quality, 0),
-              0);
-    const Bytes result(jpeg, jpeg + size);
-    tjFree(jpeg);
-    tjDestroy(encoder);
-    return result;
+    return JpegOf(QuadrantGrid(1, 1, 16, 16), quality, TJSAMP_420);
 }
 
 // Fault: the stitched or cropped JPEG written at another quality than 85 (84 and 86 already

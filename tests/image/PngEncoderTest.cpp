@@ -142,6 +142,7 @@ Bytes Encode(const Picture& p) {
     return png;
 }
 
+// Catches a filter chooser that breaks ties the wrong way or filters a 1x1 picture.
 TEST(PngEncoderFilters, KnownExamplesPickTheirFilters) {
     // All white: Sub wins the first row (Paeth ties with it and loses), Up every later one.
     const Bytes white =
@@ -152,6 +153,8 @@ TEST(PngEncoderFilters, KnownExamplesPickTheirFilters) {
     EXPECT_EQ(InflateIdat(Encode(one), 4), (Bytes{0, one.pixels[0], one.pixels[1], one.pixels[2]}));
 }
 
+// Catches single-row, single-column and wide pictures that do not decode, and a match window
+// one byte short of or past 32768.
 TEST(PngEncoderRoundTrip, EdgeShapesDecodeAndMatchesReachExactlyOneWindowBack) {
     for (const Picture& picture :
          {RandomPicture(1, 1, 4, 2), RandomPicture(1, 17, 3, 5), RandomPicture(17, 1, 4, 6),
@@ -165,6 +168,8 @@ TEST(PngEncoderRoundTrip, EdgeShapesDecodeAndMatchesReachExactlyOneWindowBack) {
     EXPECT_GT(Encode(PeriodicPicture(110, 99, 250)).size(), 110u * 3 * 250);
 }
 
+// Catches unsupported channel counts, empty or negative sizes and short input encoded anyway,
+// output kept on refusal, and extra input bytes changing the file.
 TEST(PngEncoderInput, RejectsBadShapesAndShortInputAndIgnoresExtraBytes) {
     const Bytes pixels(64 * 4, 7);
     const struct {
@@ -182,8 +187,8 @@ TEST(PngEncoderInput, RejectsBadShapesAndShortInputAndIgnoresExtraBytes) {
                 EncodeRgbToPng(pixels, 4, 4, viaRgb) && viaRgb == exact);
 }
 
-// Whole-file fingerprints recorded from the first reviewed implementation: a faster encoder
-// must not change a single output byte.
+// Catches an optimisation that changes a single output byte: whole-file fingerprints recorded
+// from the first reviewed implementation.
 TEST(PngEncoderPins, OutputIsByteForByteUnchanged) {
     const struct {
         Picture picture;

@@ -43,9 +43,10 @@ Bytes CoordinateRaster(int width, int height, int x0 = 0, int y0 = 0) {
     return Paint(width, height, [=](int x, int y) { return Pixel{x0 + x, y0 + y, 7}; });
 }
 
+// Catches truncation instead of half-up rounding, an odd surplus put on the left, a sliver
+// crop of zero width, and overflow on huge sizes.
 TEST(SafeFrameCrop, CentresTheLargestRectangleWithHalfUpRounding) {
-    // Image size and aspect, then x, y, width, height and `needed`. 9 * 3 / 2 = 13.5 rounds
-    // up; an odd surplus goes right; a sliver widens to one pixel; huge sizes do not overflow.
+    // Image size and aspect, then x, y, width, height and `needed`. 9 * 3 / 2 = 13.5 rounds up.
     const std::array<int, 9> cases[] = {
         {1000, 1000, 16, 9, 0, 218, 1000, 563, 1},
         {1920, 1080, 16, 9, 0, 0, 1920, 1080, 0},
@@ -63,6 +64,8 @@ TEST(SafeFrameCrop, CentresTheLargestRectangleWithHalfUpRounding) {
     }
 }
 
+// Catches a crop that clips a rectangle reaching past an edge instead of refusing it, one
+// applied although not needed, and a refused crop that still changes the raster.
 TEST(CropRgb, CopiesOnlyRectanglesThatFitAndLeavesTheRasterAloneOtherwise) {
     const auto crop = [](const SafeFrameRect& rect) {
         Bytes rgb = CoordinateRaster(6, 5);
@@ -80,22 +83,6 @@ TEST(CropRgb, CopiesOnlyRectanglesThatFitAndLeavesTheRasterAloneOtherwise) {
     for (const SafeFrameRect& rect : bad) {
         EXPECT_EQ(crop(rect), std::make_tuple(false, 6, 5, whole)) << rect.x << "," << rect.y;
     }
-}
-
-TEST(ScaleNearest, RepeatsPixelsWhenEnlargingAndSamplesCentresWhenShrinking) {
-    Bytes dst;
-    ASSERT_TRUE(ScaleRgbNearest(CoordinateRaster(3, 2), 3, 2, 9, 6, dst));
-    EXPECT_EQ(dst, Paint(9, 6, [](int x, int y) { return Pixel{x / 3, y / 3, 7}; }));
-    // Block centres fall on source pixels 1 and 3, not 0 and 2.
-    ASSERT_TRUE(ScaleRgbNearest(CoordinateRaster(4, 4), 4, 4, 2, 2, dst));
-    EXPECT_EQ(dst, Row({{1, 1, 7}, {3, 1, 7}, {1, 3, 7}, {3, 3, 7}}));
-    ASSERT_TRUE(ScaleRgbNearest(CoordinateRaster(3, 1), 3, 1, 2, 2, dst));
-    EXPECT_EQ(dst, Row({{0, 0, 7}, {2, 0, 7}, {0, 0, 7}, {2, 0, 7}}));
-
-    dst = {9};
-    EXPECT_FALSE(ScaleRgbNearest(CoordinateRaster(2, 2), 2, 3, 4, 4, dst));
-    EXPECT_FALSE(ScaleRgbNearest(CoordinateRaster(2, 2), 2, 2, 4, 0, dst));
-    EXPECT_EQ(dst, Bytes{9});
 }
 
 void Put32(Bytes& bytes, std::size_t at, std::int64_t value) {
@@ -133,6 +120,8 @@ Bytes MakeBmp(int width = 5, int height = 3, int bits = 24, std::int64_t headerS
     return bmp;
 }
 
+// Catches a layout the host writes refused (top-down, 32-bit, long headers, bit fields, a gap
+// before the pixels), junk from padding leaking, and a damaged or oversized file read anyway.
 TEST(BmpDecoder, DecodesTheAcceptedLayoutsAndRejectsOthersWithClearedOutputs) {
     const Bytes valid = MakeBmp();
     const auto damaged = [](Bytes bmp, std::size_t at, std::int64_t value) {
@@ -193,6 +182,8 @@ Bytes Frame(unsigned char marker, int width, int height) {
                            Bytes(9, 0x11)}));
 }
 
+// Catches a walk that takes a size from a non-frame segment, misreads fill bytes, reads past
+// the end, or sets the size without finding a frame.
 TEST(JpegPixelSize, WalksTheMarkersToTheFirstFrameAndLeavesTheSizeAloneWithoutOne) {
     const Bytes soi = {0xFF, 0xD8};
     const Bytes decoy = Frame(0xC0, 1, 1);
@@ -224,6 +215,8 @@ Pixel Channels(Rgb8 colour) {
     return {colour.r, colour.g, colour.b};
 }
 
+// Catches a wrong colour for any category, a wrap of the instance range one early or late,
+// negative indices not folded, and level boundaries rounded the wrong way.
 TEST(CategoryPalette, IndicesHaveFixedColoursAndColoursSnapToTheNearestLevels) {
     const std::pair<int, Pixel> table[] = {
         {Wall, {15, 15, 15}},      {Slab, {146, 221, 34}},        {Roof, {53, 184, 53}},
@@ -251,6 +244,7 @@ TEST(CategoryPalette, IndicesHaveFixedColoursAndColoursSnapToTheNearestLevels) {
     }
 }
 
+// Catches a type mapped to its neighbour's category and a sub-element given its whole's.
 TEST(CategoryPalette, ElementTypesMapToTheirCategoriesAndSubElementsToOther) {
     using namespace Host;
     const API_ElemTypeID inCategoryOrder[] = {
@@ -264,63 +258,10 @@ TEST(CategoryPalette, ElementTypesMapToTheirCategoriesAndSubElementsToOther) {
     EXPECT_EQ(CategoryOfElemType(API_CurtainWallPanelID), Other); // a part, not its whole
 }
 
-TEST(RatioRecover, DividesOutTheShadingFillsHolesWithinTheRowOnlyAndChecksSizes) {
-    const Pixel o{0, 0, 0}, w{255, 255, 255}, a{255, 128, 2};
-    const Pixel dim{3, 3, 3}; // below the reference floor: a hole
-    // Against `shade`: 255, 128.5, 127.5 round up. Against `redOnly`: clamps, zero divides to 0.
-    const Pixel shaded{127, 64, 1}, shade{127, 127, 2}, green{10, 200, 10}, redOnly{4, 0, 0};
-    // Row 0 has holes before, between and after known pixels; row 1 is all holes.
-    const Bytes colour = Row({o, a, o, o, shaded, o, a, a, a, a, a, a, o, o, o, o, o, green});
-    const Bytes reference = Row({o, w, dim, o, shade, o, o, o, o, o, o, o, o, o, o, o, o, redOnly});
-    Bytes out;
-    ASSERT_TRUE(RatioRecoverColors(colour, reference, 6, 3, out, 4));
-    const Pixel h{255, 129, 128}, r{255, 0, 0};
-    EXPECT_EQ(out, Row({a, a, a, a, h, h, w, w, w, w, w, w, r, r, r, r, r, r}));
-
-    out = {1};
-    EXPECT_FALSE(RatioRecoverColors(colour, Bytes(53), 6, 3, out, 4));
-    EXPECT_FALSE(RatioRecoverColors(Bytes(53), reference, 6, 3, out, 4));
-    EXPECT_FALSE(RatioRecoverColors(colour, reference, 7, 3, out, 4));
-    EXPECT_EQ(out, Bytes{1});
-}
-
-// Snapping goes through per-channel tables and reuses results along runs; it must agree with
-// the per-pixel rule: white from the floor up, else the lattice colour when in use and close
-// enough, else white.
-TEST(SnapToLattice, AgreesWithThePerPixelRuleOverEveryChannelValue) {
-    std::vector<unsigned char> inUse(kLatticeSize, 0);
-    for (std::size_t index = 0; index < inUse.size(); index += 3) {
-        inUse[index] = 1;
-    }
-    inUse[649] = 1; // (240, 240, 240), next to the background
-    // Every red and blue value against greens from 0 to 252, on and off the levels.
-    const auto pixelAt = [](int x, int y) { return Pixel{y % 256, y / 256 * 21, x}; };
-    const Bytes rgb = Paint(256, 256 * 13, pixelAt);
-    for (long maxSqError : {64L, -1L}) {
-        Bytes snapped = rgb;
-        SnapRgbToLatticeSet(snapped, 256, 256 * 13, inUse, 250, maxSqError);
-        for (std::size_t at = 0; at < rgb.size(); at += 3) {
-            const Rgb8 in{rgb[at], rgb[at + 1], rgb[at + 2]};
-            long sqErr = 0;
-            const int index = LatticeIndexForColor(in, &sqErr);
-            const bool keep = std::min({in.r, in.g, in.b}) < 250 && inUse[index] != 0 &&
-                              (maxSqError < 0 || sqErr <= maxSqError);
-            ASSERT_EQ(Pixel(snapped[at], snapped[at + 1], snapped[at + 2]),
-                      keep ? Channels(ColorForIndex(index)) : Pixel(255, 255, 255))
-                << int{in.r} << "," << int{in.g} << "," << int{in.b} << " limit " << maxSqError;
-        }
-    }
-}
-
-TEST(ForegroundFraction, CountsPixelsWithAnyChannelBelowTheFloor) {
-    const Bytes rgb = Row({{255, 255, 255}, {250, 250, 250}, {250, 249, 250}, {0, 0, 0}});
-    EXPECT_DOUBLE_EQ(MaskForegroundFraction(rgb, 4, 1, 250), 0.5);
-    EXPECT_DOUBLE_EQ(MaskForegroundFraction(rgb, 2, 2, 251), 0.75);
-}
-
-// Fault: a pass that trusts width and height over the buffer's size reads and writes past its
-// end (ASan shows it); both must refuse the raster and leave it as it is.
-TEST(ShortRaster, CropAndSnapRefuseABufferShorterThanItsSize) {
+// Catches a pass that trusts width and height over its buffers' sizes: it would read or write
+// past their ends (ASan shows it). Each must refuse and leave its output as it was. What the
+// passes compute is matched against their plain rules over random inputs elsewhere.
+TEST(ShortRaster, EveryPassRefusesABufferThatDoesNotHoldItsShape) {
     Bytes shortRaster = CoordinateRaster(6, 5);
     shortRaster.pop_back();
     Bytes rgb = shortRaster;
@@ -329,6 +270,15 @@ TEST(ShortRaster, CropAndSnapRefuseABufferShorterThanItsSize) {
     EXPECT_EQ(std::make_tuple(rgb, width, height), std::make_tuple(shortRaster, 6, 5));
     SnapRgbToLatticeSet(rgb, 6, 5, std::vector<unsigned char>(kLatticeSize, 1), 250, -1);
     EXPECT_EQ(rgb, shortRaster);
+
+    Bytes out = {9};
+    EXPECT_FALSE(ScaleRgbNearest(CoordinateRaster(2, 2), 2, 3, 4, 4, out));
+    EXPECT_FALSE(ScaleRgbNearest(CoordinateRaster(2, 2), 2, 2, 4, 0, out));
+    const Bytes colour = CoordinateRaster(6, 3);
+    EXPECT_FALSE(RatioRecoverColors(colour, Bytes(53), 6, 3, out, 4));
+    EXPECT_FALSE(RatioRecoverColors(Bytes(53), colour, 6, 3, out, 4));
+    EXPECT_FALSE(RatioRecoverColors(colour, colour, 7, 3, out, 4));
+    EXPECT_EQ(out, Bytes{9});
 }
 
 } // namespace

@@ -30,13 +30,6 @@ Colour PixelAt(DecodedImage const& image, std::size_t pixel) {
     return Pack({p[0], p[1], p[2]});
 }
 
-std::string Thousands(std::size_t n) {
-    std::string digits = std::to_string(n);
-    for (int at = int(digits.size()) - 3; at > 0; at -= 3)
-        digits.insert(std::size_t(at), ",");
-    return digits;
-}
-
 // The element ids of the view at `factor` times the window's size, as the stitched tiles
 // show it: the window enlarged for one picture and restored.
 Sim::RenderedPicture RenderAtFactor(Sim::SimHost& host, int factor) {
@@ -214,10 +207,9 @@ TEST_P(ExtractAlignment, TheMaskCoversEveryElementInItsColour) {
                                                         : CategoryColours(scene, ids);
     EXPECT_EQ(problem, "");
     Alignment const a = Measure(ids, mask, expected, factor, 1);
-    std::printf("alignment (%s): %.2f%% of %s element pixels; %s of the %s misses at edges\n",
-                GetParam().mode, a.Percent(), Thousands(a.elementPixels).c_str(),
-                Thousands(a.missesAtEdges).c_str(),
-                Thousands(a.elementPixels - a.matching).c_str());
+    std::printf("alignment (%s): %.2f%% of %zu element pixels; %zu of the %zu misses at edges\n",
+                GetParam().mode, a.Percent(), a.elementPixels, a.missesAtEdges,
+                a.elementPixels - a.matching);
     EXPECT_GT(a.elementPixels, std::size_t(view.width) * view.height / 4);
     EXPECT_GE(a.Percent(), 98.0);
     EXPECT_EQ(a.missesAtEdges, a.elementPixels - a.matching) << "a miss inside an element";
@@ -228,8 +220,8 @@ TEST_P(ExtractAlignment, TheMaskCoversEveryElementInItsColour) {
     ASSERT_EQ(rect.x % factor, 0);
     ASSERT_EQ(rect.y % factor, 0);
     Alignment const centres = Measure(ids, mask, expected, factor, factor);
-    std::printf("alignment (%s) at the window's samples: %.3f%% of %s\n", GetParam().mode,
-                centres.Percent(), Thousands(centres.elementPixels).c_str());
+    std::printf("alignment (%s) at the window's samples: %.3f%% of %zu\n", GetParam().mode,
+                centres.Percent(), centres.elementPixels);
     EXPECT_GE(centres.Percent(), 99.9);
 }
 

@@ -7,8 +7,6 @@
 
 #include <httplib.h>
 #include <nlohmann/json.hpp>
-#include <png.h>
-#include <turbojpeg.h>
 
 #include <algorithm>
 #include <csignal>
@@ -19,11 +17,6 @@ namespace Velmora::Testing {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::vector<unsigned char> ReadBytes(fs::path const& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 std::vector<fs::path> FilesIn(fs::path const& folder) {
     std::vector<fs::path> files;
@@ -39,37 +32,6 @@ char const* Word(bool value) {
 }
 
 } // namespace
-
-bool DecodeJpegFile(fs::path const& path, DecodedImage& out) {
-    std::vector<unsigned char> bytes = ReadBytes(path);
-    out = {};
-    tjhandle handle = tjInitDecompress();
-    int subsampling = 0, colorspace = 0;
-    bool ok = tjDecompressHeader3(handle, bytes.data(), bytes.size(), &out.width, &out.height,
-                                  &subsampling, &colorspace) == 0;
-    if (ok) {
-        out.rgb.resize(static_cast<std::size_t>(out.width) * out.height * 3);
-        ok = tjDecompress2(handle, bytes.data(), bytes.size(), out.rgb.data(), out.width, 0,
-                           out.height, TJPF_RGB, 0) == 0;
-    }
-    tjDestroy(handle);
-    return ok;
-}
-
-bool DecodePngFile(fs::path const& path, DecodedImage& out) {
-    png_image png{};
-    png.version = PNG_IMAGE_VERSION;
-    out = {};
-    if (png_image_begin_read_from_file(&png, path.string().c_str()) == 0)
-        return false;
-    png.format = PNG_FORMAT_RGB;
-    out.rgb.resize(PNG_IMAGE_SIZE(png));
-    if (png_image_finish_read(&png, nullptr, out.rgb.data(), 0, nullptr) == 0)
-        return false;
-    out.width = static_cast<int>(png.width);
-    out.height = static_cast<int>(png.height);
-    return true;
-}
 
 ExtractSession::ExtractSession(ExtractSetup const& setup) {
     std::signal(SIGPIPE, SIG_IGN);
@@ -92,7 +54,6 @@ ExtractSession::ExtractSession(ExtractSetup const& setup) {
     Sim::SimHostOptions options;
     options.hostFolder = (home_.Path() / "host").string();
     options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
-    options.scenePath = setup.scenePath;
     options.window = setup.window;
     host_ = std::make_unique<Sim::SimHost>(options);
     if (!host_->LoadResources(error_) || !host_->LoadScene(error_))

@@ -6,6 +6,7 @@
 #include "DevServer/DevServer.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/SimHost.hpp"
+#include "support/ImageFiles.hpp"
 #include "support/TempHome.hpp"
 
 #include <chrono>
@@ -21,7 +22,6 @@ constexpr char const* kServiceToken = "velmora-dev-token";
 
 struct ExtractSetup {
     Sim::SimWindowOptions window;
-    std::string scenePath; // empty: the sample building
     bool includeMask = true;
     bool splitInstances = false;
     int highResLongEdge = 256; // the least the settings file takes: no tiling at 960x540
@@ -30,14 +30,6 @@ struct ExtractSetup {
     std::vector<Sim::Fault> hostFaults;
     std::vector<std::string> serviceFaults; // as velmora-devserver's --fault takes them
 };
-
-struct DecodedImage {
-    int width = 0, height = 0;
-    std::vector<unsigned char> rgb; // packed, rows top to bottom
-};
-
-bool DecodeJpegFile(std::filesystem::path const& path, DecodedImage& out);
-bool DecodePngFile(std::filesystem::path const& path, DecodedImage& out);
 
 class ExtractSession {
 public:

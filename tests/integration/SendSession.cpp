@@ -9,7 +9,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <sstream>
 
 namespace Velmora::Testing {
 
@@ -95,15 +94,6 @@ nlohmann::json SendSessionTest::ServiceLog() {
 
 std::string SendSessionTest::LogText() const {
     return ReadFile(home.SupportFolder() / "logs" / "velmora.log");
-}
-
-std::vector<std::string> SendSessionTest::LogLinesWith(std::string const& text) const {
-    std::vector<std::string> lines;
-    std::istringstream in(LogText());
-    for (std::string line; std::getline(in, line);)
-        if (line.find(text) != std::string::npos)
-            lines.push_back(line.substr(line.find(" [") + 1));
-    return lines;
 }
 
 } // namespace Velmora::Testing

@@ -46,7 +46,9 @@ protected:
     void ResetService();
     nlohmann::json ServiceLog();
     std::string LogText() const;
-    std::vector<std::string> LogLinesWith(std::string const& text) const;
+    std::vector<std::string> LogLinesWith(std::string const& text) const {
+        return LinesWith(LogText(), text);
+    }
 
     TempHome home;
     std::string storeFolder;

@@ -29,14 +29,6 @@ bool PanelTest::PanelMenuChecked() const {
     return (host.MenuFlags(VELMORA_COMMAND_MENU, 1) & Host::MenuItemFlag::Checked) != 0;
 }
 
-int PanelTest::LogCount(std::string const& text) const {
-    std::string const log = LogText();
-    int count = 0;
-    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
-        ++count;
-    return count;
-}
-
 bool IsJsBool(std::shared_ptr<Host::JS::Base> const& value, bool expected) {
     auto const* plain = dynamic_cast<Host::JS::Value const*>(value.get());
     return plain != nullptr && plain->GetType() == Host::JS::Value::BOOL &&

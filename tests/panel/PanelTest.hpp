@@ -23,7 +23,7 @@ protected:
                                          std::shared_ptr<Host::JS::Base> argument = nullptr);
     std::shared_ptr<Host::JS::Base> Call(char const* function, std::string const& argument);
     bool PanelMenuChecked() const;
-    int LogCount(std::string const& text) const;
+    int LogCount(std::string const& text) const { return int(LogLinesWith(text).size()); }
 };
 
 bool IsJsBool(std::shared_ptr<Host::JS::Base> const& value, bool expected);

@@ -20,6 +20,9 @@ protected:
 
     std::filesystem::path SettingsFile() const { return home.SupportFolder() / "settings.cfg"; }
     std::string LogText() const;
+    std::vector<std::string> LogLinesWith(std::string const& text) const {
+        return LinesWith(LogText(), text);
+    }
     std::vector<std::string> ReportTexts() const;
 
     TempHome home;

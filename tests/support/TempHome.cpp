@@ -58,6 +58,15 @@ std::string ReadFile(std::filesystem::path const& path) {
     return content.str();
 }
 
+std::vector<std::string> LinesWith(std::string const& log, std::string const& needle) {
+    std::vector<std::string> lines;
+    std::istringstream in(log);
+    for (std::string line; std::getline(in, line);)
+        if (line.find(needle) != std::string::npos)
+            lines.push_back(line.substr(line.find(' ') + 1));
+    return lines;
+}
+
 void WriteFile(std::filesystem::path const& path, std::string const& content) {
     std::filesystem::create_directories(path.parent_path());
     std::ofstream out(path, std::ios::binary | std::ios::trunc);

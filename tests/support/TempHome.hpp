@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Velmora::Testing {
 
@@ -38,5 +39,7 @@ private:
 
 std::string ReadFile(std::filesystem::path const& path);
 void WriteFile(std::filesystem::path const& path, std::string const& content);
+// The lines of a log holding `needle`, each without its leading timestamp.
+std::vector<std::string> LinesWith(std::string const& log, std::string const& needle);
 
 } // namespace Velmora::Testing

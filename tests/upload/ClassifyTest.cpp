@@ -6,6 +6,7 @@
 namespace Velmora::Testing {
 namespace {
 
+// Catches an answer put in the wrong outcome class; each row group names the fault it finds.
 TEST(Classify, MapsEveryAnswerToItsOutcome) {
     struct Case {
         long status;
