@@ -149,9 +149,8 @@ Host::GSErrCode Initialize() {
 Host::GSErrCode FreeData() {
     // Every step runs even after one threw: the poller joined and the log closed leave the
     // add-on ready for a later Initialize.
-    bool const clean =
-        RunEveryStep(kFreeDataEntry, {TriggerFilePoller::Stop, StopBackgroundWork, LogFreeData,
-                                      ShutDownLogger});
+    bool const clean = RunEveryStep(
+        kFreeDataEntry, {TriggerFilePoller::Stop, StopBackgroundWork, LogFreeData, ShutDownLogger});
     return clean ? Host::Error::NoError : Host::Error::General;
 }
 
