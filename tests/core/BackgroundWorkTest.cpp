@@ -8,6 +8,7 @@
 #include "Settings.hpp"
 #include "Upload/Uploader.hpp"
 #include "support/AddOnTest.hpp"
+#include "support/WaitUntil.hpp"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -25,13 +26,6 @@ namespace Velmora::Testing {
 namespace {
 
 using namespace std::chrono_literals;
-
-bool WaitUntil(std::function<bool()> const& condition) {
-    auto const deadline = std::chrono::steady_clock::now() + 10s;
-    while (!condition() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    return condition();
-}
 
 // Accepts connections (the kernel does, into its backlog) and never answers: a request to it
 // stays in flight until its thread gives up.

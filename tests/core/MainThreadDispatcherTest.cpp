@@ -3,6 +3,7 @@
 #include "Logger.hpp"
 #include "ResourceIds.hpp"
 #include "support/AddOnTest.hpp"
+#include "support/WaitUntil.hpp"
 
 #include <chrono>
 #include <future>
@@ -13,13 +14,6 @@ namespace Velmora::Testing {
 namespace {
 
 using namespace std::chrono_literals;
-
-bool WaitUntil(std::function<bool()> const& condition) {
-    auto const deadline = std::chrono::steady_clock::now() + 10s;
-    while (!condition() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    return condition();
-}
 
 // Whether work started on another thread ends soon, which it cannot while this thread holds
 // the dispatcher's lock. Declared after what `work` touches, the future joins it in time.

@@ -70,26 +70,30 @@ void FakeHost::InstallMenuDefaults() {
             menuHandlers_[menu] = proc;
             return Host::Error::NoError;
         }));
+    // The host's refusals of a flags call: no record, or an item that is not the caller's.
+    auto const refusal = [this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+        if (ref == nullptr || flags == nullptr)
+            return Host::Error::BadPars;
+        return IsOwnMenuItem(*ref) ? Host::Error::NoError : Host::Error::BadIndex;
+    };
     ON_CALL(menuItem, GetMenuItemFlags(_, _))
-        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
-            if (ref == nullptr || flags == nullptr)
-                return Host::Error::BadPars;
-            if (!IsOwnMenuItem(*ref))
-                return Host::Error::BadIndex;
-            std::lock_guard<std::mutex> lock(mutex_);
-            *flags = menuFlags_[{ref->menuResID, ref->itemIndex}];
-            return Host::Error::NoError;
-        }));
+        .WillByDefault(
+            Invoke([this, refusal](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+                if (Host::GSErrCode err = refusal(ref, flags); err != Host::Error::NoError)
+                    return err;
+                std::lock_guard<std::mutex> lock(mutex_);
+                *flags = menuFlags_[{ref->menuResID, ref->itemIndex}];
+                return Host::Error::NoError;
+            }));
     ON_CALL(menuItem, SetMenuItemFlags(_, _))
-        .WillByDefault(Invoke([this](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
-            if (ref == nullptr || flags == nullptr)
-                return Host::Error::BadPars;
-            if (!IsOwnMenuItem(*ref))
-                return Host::Error::BadIndex;
-            std::lock_guard<std::mutex> lock(mutex_);
-            menuFlags_[{ref->menuResID, ref->itemIndex}] = *flags;
-            return Host::Error::NoError;
-        }));
+        .WillByDefault(
+            Invoke([this, refusal](const Host::API_MenuItemRef* ref, Host::GSFlags* flags) {
+                if (Host::GSErrCode err = refusal(ref, flags); err != Host::Error::NoError)
+                    return err;
+                std::lock_guard<std::mutex> lock(mutex_);
+                menuFlags_[{ref->menuResID, ref->itemIndex}] = *flags;
+                return Host::Error::NoError;
+            }));
 }
 
 void FakeHost::InstallCommunicationDefaults() {
