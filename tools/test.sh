@@ -90,7 +90,8 @@ run_fuzzers "$VELMORA_ROOT/build-asan"
 
 velmora_build "$VELMORA_ROOT/build-tsan" -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=thread \
     -DVELMORA_TESTS=ON
-run_suites "$VELMORA_ROOT/build-tsan" "tests under ThreadSanitizer"
+TSAN_OPTIONS="suppressions=$VELMORA_ROOT/tools/tsan.supp" \
+    run_suites "$VELMORA_ROOT/build-tsan" "tests under ThreadSanitizer"
 
 echo "summary: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]

@@ -1,5 +1,6 @@
 #include "SendSession.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Commands.hpp"
 #include "Export/ModelCommands.hpp"
 #include "MainThreadDispatcher.hpp"
@@ -7,6 +8,7 @@
 #include "ResourceIds.hpp"
 #include "Settings.hpp"
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 
@@ -29,6 +31,8 @@ void SendSessionTest::SetUp() {
 
 void SendSessionTest::TearDown() {
     Unload();
+    // Work a test started without loading the add-on is joined as FreeData would join it.
+    BackgroundWork::StopAll(std::chrono::seconds(10));
     control.reset();
     server.reset();
 }

@@ -1,5 +1,6 @@
 #include "support/AddOnTest.hpp"
 
+#include "BackgroundWork.hpp"
 #include "Logger.hpp"
 #include "MainThreadDispatcher.hpp"
 #include "Panel/WebAppPalette.hpp"
@@ -7,6 +8,7 @@
 #include "Settings.hpp"
 #include "TriggerFilePoller.hpp"
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -38,6 +40,8 @@ AddOnTest::~AddOnTest() {
     // Whatever a test left running must not outlive its HOME or its host.
     WebAppPalette::DestroyInstance();
     TriggerFilePoller::Stop();
+    // Joined here as FreeData would: a thread that ended but was never joined is a leak.
+    BackgroundWork::StopAll(std::chrono::seconds(10));
     MainThreadDispatcher::DrainNow();
     Logger::Get().Shutdown();
     ResetSettingsToDefaults();
