@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <iterator>
 #include <map>
 
 namespace Velmora::Testing {
@@ -113,6 +114,13 @@ bool SweepOne(ExtractSetup setup, FaultPoint const& point, bool raise) {
            failures;
 }
 
+#ifdef VELMORA_SANITIZED
+// Under the sanitizers the throws alone: unwinding is where memory goes wrong.
+constexpr bool kSweepModes[] = {true};
+#else
+constexpr bool kSweepModes[] = {false, true};
+#endif
+
 struct SweepCase {
     char const* name;
     ExtractSetup setup;
@@ -151,12 +159,13 @@ TEST(ExtractFaultSweep, EveryHostCallFailingOrThrowingLeavesTheHostAsItWas) {
         ASSERT_FALSE(points.empty()) << c.name;
         std::size_t findings = 0;
         for (FaultPoint const& point : points)
-            for (bool raise : {false, true}) {
+            for (bool raise : kSweepModes) {
                 findings += SweepOne(c.setup, point, raise) ? 0 : 1;
                 ++swept;
             }
-        std::printf("fault sweep (%s): %zu host calls, each failed and thrown; %zu findings\n",
-                    c.name, points.size(), findings);
+        std::printf("fault sweep (%s): %zu host calls, each %s; %zu findings\n", c.name,
+                    points.size(), std::size(kSweepModes) == 2 ? "failed and thrown" : "thrown",
+                    findings);
     }
     std::printf("fault sweep: %zu fault points swept\n", swept);
 }
