@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 
 namespace Velmora {
@@ -104,38 +105,6 @@ int Level(int digit) {
     return static_cast<int>(digit * 18.75 + 0.5) + 15;
 }
 
-// Fault: a snap table that misplaces a decision boundary, the error limit, the background floor
-// or the in-use lookup for any colour. Every colour of the cube is tried once.
-TEST(MaskPassReference, SnapMatchesTheRuleForEveryColour) {
-#ifdef VELMORA_THREAD_SANITIZED
-    GTEST_SKIP() << "one thread: checked in the plain and AddressSanitizer builds";
-#endif
-    std::mt19937 rng(11);
-    const Bytes inUse = RandomBytes(2197, rng, 2);
-    Bytes cube(std::size_t{256} * 256 * 256 * 3);
-    for (std::size_t i = 0; i < cube.size(); ++i) {
-        cube[i] = static_cast<unsigned char>((i / 3) >> (8 * (2 - i % 3)));
-    }
-    for (const long limit : {64L, -1L, 0L}) {
-        Bytes snapped = cube;
-        SnapRgbToLatticeSet(snapped, 4096, 4096, inUse, 250, limit);
-        for (std::size_t at = 0; at < cube.size(); at += 3) {
-            const int d[3] = {Digit(cube[at]), Digit(cube[at + 1]), Digit(cube[at + 2])};
-            long error = 0;
-            for (int c = 0; c < 3; ++c) {
-                error += long(cube[at + c] - Level(d[c])) * (cube[at + c] - Level(d[c]));
-            }
-            const int index = ((169 * d[0] + 13 * d[1] + d[2]) * 1548) % 2197;
-            const bool keep = std::min({cube[at], cube[at + 1], cube[at + 2]}) < 250 &&
-                              inUse[index] != 0 && (limit < 0 || error <= limit);
-            for (int c = 0; c < 3; ++c) {
-                ASSERT_EQ(snapped[at + c], keep ? Level(d[c]) : 255)
-                    << "colour " << at / 3 << " limit " << limit;
-            }
-        }
-    }
-}
-
 // The rule for one pixel, written out plainly.
 void ExpectSnappedByRule(const Bytes& in, const Bytes& snapped, const Bytes& inUse, int floor,
                          long limit) {
@@ -152,6 +121,25 @@ void ExpectSnappedByRule(const Bytes& in, const Bytes& snapped, const Bytes& inU
             ASSERT_EQ(snapped[at + c], keep ? Level(d[c]) : 255)
                 << "pixel " << at / 3 << " floor " << floor << " limit " << limit;
         }
+    }
+}
+
+// Fault: a snap table that misplaces a decision boundary, the error limit, the background floor
+// or the in-use lookup for any colour. Every colour of the cube is tried once.
+TEST(MaskPassReference, SnapMatchesTheRuleForEveryColour) {
+#ifdef VELMORA_THREAD_SANITIZED
+    GTEST_SKIP() << "one thread: checked in the plain and AddressSanitizer builds";
+#endif
+    std::mt19937 rng(11);
+    const Bytes inUse = RandomBytes(2197, rng, 2);
+    Bytes cube(std::size_t{256} * 256 * 256 * 3);
+    for (std::size_t i = 0; i < cube.size(); ++i) {
+        cube[i] = static_cast<unsigned char>((i / 3) >> (8 * (2 - i % 3)));
+    }
+    for (const long limit : {64L, -1L, 0L}) {
+        Bytes snapped = cube;
+        SnapRgbToLatticeSet(snapped, 4096, 4096, inUse, 250, limit);
+        ExpectSnappedByRule(cube, snapped, inUse, 250, limit);
     }
 }
 
@@ -256,6 +244,36 @@ TEST(MaskPassReference, SnapMatchesTheRuleOnShapesDownTheRows) {
     }
 }
 
+// A BMP whose pixel data ends the file (the last row has no bytes after it); a negative height
+// stores the rows top down.
+Bytes TightBmp(int width, int height, int bits, std::mt19937& rng) {
+    const std::size_t stride = (std::size_t(width) * bits / 8 + 3) & ~std::size_t{3};
+    Bytes bmp = RandomBytes(54 + stride * std::size_t(std::abs(height)), rng);
+    const std::uint32_t fields[] = {
+        54, 40, std::uint32_t(width), std::uint32_t(height), 1u + (std::uint32_t(bits) << 16), 0};
+    bmp[0] = 'B', bmp[1] = 'M';
+    for (int f = 0; f < 6; ++f) {
+        for (int i = 0; i < 4; ++i) {
+            bmp[10 + 4 * f + i] = static_cast<unsigned char>(fields[f] >> (8 * i));
+        }
+    }
+    return bmp;
+}
+
+// The RGB rows, top first, read plainly from the file.
+Bytes BmpPixels(const Bytes& bmp, int width, int height, int bits) {
+    const std::size_t stride = (std::size_t(width) * bits / 8 + 3) & ~std::size_t{3};
+    Bytes rgb;
+    for (int y = 0; y < std::abs(height); ++y) {
+        const int stored = height > 0 ? height - 1 - y : y;
+        for (int x = 0; x < width; ++x) {
+            const auto* p = &bmp[54 + stride * stored + std::size_t(x) * bits / 8];
+            rgb.insert(rgb.end(), {p[2], p[1], p[0]});
+        }
+    }
+    return rgb;
+}
+
 // Fault: a crop, scale, foreground count or BMP decode that drops, shifts or swaps a byte on some
 // size or offset the hand-written cases miss.
 TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {
@@ -300,48 +318,13 @@ TEST(MaskPassReference, GeometryCountAndBmpMatchOnRandomShapes) {
 
         const int bits = round % 2 == 0 ? 24 : 32;
         const int storedHeight = round % 4 < 2 ? height : -height;
-        const std::size_t stride = (std::size_t(width) * bits / 8 + 3) & ~std::size_t{3};
-        Bytes bmp = RandomBytes(54 + stride * height, rng);
-        const std::uint32_t fields[] = {54,
-                                        40,
-                                        std::uint32_t(width),
-                                        std::uint32_t(storedHeight),
-                                        1u + (std::uint32_t(bits) << 16),
-                                        0};
-        bmp[0] = 'B', bmp[1] = 'M';
-        for (int f = 0; f < 6; ++f) {
-            for (int i = 0; i < 4; ++i) {
-                bmp[10 + 4 * f + i] = static_cast<unsigned char>(fields[f] >> (8 * i));
-            }
-        }
-        expected.clear();
-        for (int y = 0; y < height; ++y) {
-            const int stored = storedHeight > 0 ? height - 1 - y : y;
-            for (int x = 0; x < width; ++x) {
-                const auto* p = &bmp[54 + stride * stored + std::size_t(x) * bits / 8];
-                expected.insert(expected.end(), {p[2], p[1], p[0]});
-            }
-        }
+        const Bytes bmp = TightBmp(width, storedHeight, bits, rng);
+        expected = BmpPixels(bmp, width, storedHeight, bits);
         Bytes decoded;
         ASSERT_TRUE(DecodeBmpToRgb(bmp, w, h, decoded));
         EXPECT_TRUE(decoded == expected && w == width && h == height)
             << bits << " " << storedHeight;
     }
-}
-
-// A 24-bit BMP whose pixel data ends the file: the last row has no bytes after it.
-Bytes TightBmp(int width, int height, std::mt19937& rng) {
-    const std::size_t stride = (std::size_t(width) * 3 + 3) & ~std::size_t{3};
-    Bytes bmp = RandomBytes(54 + stride * std::size_t(height < 0 ? -height : height), rng);
-    const std::uint32_t fields[] = {
-        54, 40, std::uint32_t(width), std::uint32_t(height), 1u + (24u << 16), 0};
-    bmp[0] = 'B', bmp[1] = 'M';
-    for (int f = 0; f < 6; ++f) {
-        for (int i = 0; i < 4; ++i) {
-            bmp[10 + 4 * f + i] = static_cast<unsigned char>(fields[f] >> (8 * i));
-        }
-    }
-    return bmp;
 }
 
 // Fault: a 16-pixel BMP block that takes red or blue from the wrong neighbour, covers pixels past
@@ -351,16 +334,8 @@ TEST(MaskPassReference, BmpRowsAroundTheBlockSizeMatchByteForByte) {
     std::mt19937 rng(41);
     for (const int width : {15, 16, 17, 31, 32, 33, 48, 64}) {
         for (const int height : {3, -3}) {
-            const Bytes bmp = TightBmp(width, height, rng);
-            const std::size_t stride = (std::size_t(width) * 3 + 3) & ~std::size_t{3};
-            Bytes expected;
-            for (int y = 0; y < 3; ++y) {
-                const int stored = height > 0 ? 2 - y : y;
-                for (int x = 0; x < width; ++x) {
-                    const auto* p = &bmp[54 + stride * stored + std::size_t(x) * 3];
-                    expected.insert(expected.end(), {p[2], p[1], p[0]});
-                }
-            }
+            const Bytes bmp = TightBmp(width, height, 24, rng);
+            const Bytes expected = BmpPixels(bmp, width, height, 24);
             Bytes decoded(7, 0); // a used buffer of the wrong size must come back exact
             int w = 0, h = 0;
             ASSERT_TRUE(DecodeBmpToRgb(bmp, w, h, decoded));

@@ -9,22 +9,19 @@
 #include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "TriggerFilePoller.hpp"
-#include "support/AddOnTest.hpp"
-#include "support/TempHome.hpp"
+#include "support/WaitUntil.hpp"
 
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 namespace Velmora::Testing {
 
 namespace {
 
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
 
-constexpr milliseconds kSettleTimeout{15000};
+constexpr std::chrono::milliseconds kSettleTimeout{15000};
 
 WindowState StateOf(Sim::SimHost& host) {
     Sim::SimWindow3D const& w = host.Window3D();
@@ -42,13 +39,37 @@ std::optional<bool> FlagInFile(fs::path const& file, std::string const& key) {
     return std::nullopt;
 }
 
-class ScenarioRunner;
-using Perform = bool (ScenarioRunner::*)(StepRecord&);
+enum class Action { Load, Menu, Toggle, SignIn, ClosePanel, Export, Quit };
 
 struct Step {
     char const* name;
     bool userStarted;
-    Perform perform; // false when the step could not be taken
+    Action action;
+    short menu = 0;
+    Host::Int32 item = 0;
+    char const* key = nullptr; // a toggle's settings.cfg key and its flag
+    bool ExtractOptions::*flag = nullptr;
+};
+
+constexpr short kCommands = VELMORA_COMMAND_MENU;
+constexpr short kSettings = VELMORA_SETTINGS_MENU;
+
+constexpr Step kSteps[] = {
+    {"load", false, Action::Load},
+    {"toggle Semantic Mask", true, Action::Toggle, kSettings, 1, "includeMask",
+     &ExtractOptions::includeMask},
+    {"toggle Save Debug Capture", true, Action::Toggle, kSettings, 2, "debugDump",
+     &ExtractOptions::debugDump},
+    {"toggle per-element colours", true, Action::Toggle, kSettings, 3, "maskSplitInstances",
+     &ExtractOptions::maskSplitInstances},
+    {"View Logs", true, Action::Menu, kCommands, 4},
+    {"open the panel", true, Action::Menu, kCommands, 1},
+    {"sign in from the page", false, Action::SignIn},
+    {"close the panel", true, Action::ClosePanel},
+    {"extract", true, Action::Menu, kCommands, 2},
+    {"export (trigger file)", true, Action::Export},
+    {"send", true, Action::Menu, kCommands, 3},
+    {"quit", false, Action::Quit},
 };
 
 class ScenarioRunner {
@@ -56,27 +77,15 @@ public:
     ScenarioRunner(ScenarioService const& service, FaultPlan const& plan);
     ScenarioRun Run();
 
-    // The steps, as the table below lists them.
-    bool Load(StepRecord& record);
-    bool ToggleMask(StepRecord& record) { return Toggle(1, "includeMask", record); }
-    bool ToggleDebugDump(StepRecord& record) { return Toggle(2, "debugDump", record); }
-    bool ToggleInstances(StepRecord& record) { return Toggle(3, "maskSplitInstances", record); }
-    bool ViewLogs(StepRecord&) { return Choose(VELMORA_COMMAND_MENU, 4); }
-    bool OpenPanel(StepRecord&) { return Choose(VELMORA_COMMAND_MENU, 1); }
-    bool SignInFromPage(StepRecord& record);
-    bool ClosePanel(StepRecord& record);
-    bool Extract(StepRecord&) { return Choose(VELMORA_COMMAND_MENU, 2); }
-    bool Export(StepRecord& record);
-    bool Send(StepRecord&) { return Choose(VELMORA_COMMAND_MENU, 3); }
-    bool Quit(StepRecord&);
-
 private:
-    bool Toggle(Host::Int32 item, char const* key, StepRecord& record);
+    bool Perform(Step const& step, StepRecord& record); // false when it could not be taken
     bool Choose(short menu, Host::Int32 item);
-    bool Settle() { return session_->Settle(kSettleTimeout); }
+    bool Toggle(Step const& step, StepRecord& record);
+    bool SignInFromPage();
+    bool ClosePanel();
+    bool Export();
     std::uint64_t CallsSoFar(std::string const& call);
     std::optional<Sim::Fault> Arm(std::optional<StepFault> const& fault);
-    bool Fired(Sim::Fault const& armed, std::size_t callsBefore);
     void TakeStep(Step const& step, std::optional<StepFault> const& fault, ScenarioRun& run);
     void Finish(ScenarioRun& run);
 
@@ -85,21 +94,6 @@ private:
     std::optional<Sim::SimHost> host_;
     std::optional<Sim::AddOnSession> session_;
     bool loaded_ = false;
-};
-
-constexpr Step kSteps[] = {
-    {"load", false, &ScenarioRunner::Load},
-    {"toggle Semantic Mask", true, &ScenarioRunner::ToggleMask},
-    {"toggle Save Debug Capture", true, &ScenarioRunner::ToggleDebugDump},
-    {"toggle per-element colours", true, &ScenarioRunner::ToggleInstances},
-    {"View Logs", true, &ScenarioRunner::ViewLogs},
-    {"open the panel", true, &ScenarioRunner::OpenPanel},
-    {"sign in from the page", false, &ScenarioRunner::SignInFromPage},
-    {"close the panel", true, &ScenarioRunner::ClosePanel},
-    {"extract", true, &ScenarioRunner::Extract},
-    {"export (trigger file)", true, &ScenarioRunner::Export},
-    {"send", true, &ScenarioRunner::Send},
-    {"quit", false, &ScenarioRunner::Quit},
 };
 
 ScenarioRunner::ScenarioRunner(ScenarioService const& service, FaultPlan const& plan)
@@ -124,35 +118,44 @@ ScenarioRunner::ScenarioRunner(ScenarioService const& service, FaultPlan const& 
     session_.emplace(*host_);
 }
 
-bool ScenarioRunner::Load(StepRecord&) {
+bool ScenarioRunner::Perform(Step const& step, StepRecord& record) {
     std::string error;
-    loaded_ = session_->Load(error);
-    return true;
+    switch (step.action) {
+    case Action::Load:
+        loaded_ = session_->Load(error);
+        return true;
+    case Action::Menu:
+        return Choose(step.menu, step.item);
+    case Action::Toggle:
+        return Toggle(step, record);
+    case Action::SignIn:
+        return SignInFromPage();
+    case Action::ClosePanel:
+        return ClosePanel();
+    case Action::Export:
+        return Export();
+    case Action::Quit:
+        session_->Unload();
+        return true;
+    }
+    return false;
 }
 
 bool ScenarioRunner::Choose(short menu, Host::Int32 item) {
     std::string whyNot;
-    if (!loaded_ || !host_->Menus().Choose(menu, item, whyNot))
-        return false;
-    return true;
+    return loaded_ && host_->Menus().Choose(menu, item, whyNot);
 }
 
-bool ScenarioRunner::Toggle(Host::Int32 item, char const* key, StepRecord& record) {
-    auto const flag = [key]() -> bool {
-        ExtractOptions const& options = Settings::Get().extractOptions;
-        std::string const name = key;
-        return name == "includeMask" ? options.includeMask
-               : name == "debugDump" ? options.debugDump
-                                     : options.maskSplitInstances;
-    };
-    record.flagBefore = flag();
-    bool const chosen = Choose(VELMORA_SETTINGS_MENU, item);
-    record.flagAfter = flag();
-    record.flagInFile = FlagInFile(home_.SupportFolder() / "settings.cfg", key);
+bool ScenarioRunner::Toggle(Step const& step, StepRecord& record) {
+    ExtractOptions const& options = Settings::Get().extractOptions;
+    record.flagBefore = options.*step.flag;
+    bool const chosen = Choose(step.menu, step.item);
+    record.flagAfter = options.*step.flag;
+    record.flagInFile = FlagInFile(home_.SupportFolder() / "settings.cfg", step.key);
     return chosen;
 }
 
-bool ScenarioRunner::SignInFromPage(StepRecord&) {
+bool ScenarioRunner::SignInFromPage() {
     Sim::SimPaletteWindow* const palette = host_->RegisteredPaletteWindow();
     Sim::SimBrowserItem* const browser =
         palette != nullptr ? host_->Dialogs().BrowserOn(*palette) : nullptr;
@@ -162,37 +165,26 @@ bool ScenarioRunner::SignInFromPage(StepRecord&) {
     return true;
 }
 
-bool ScenarioRunner::ClosePanel(StepRecord&) {
+bool ScenarioRunner::ClosePanel() {
     Sim::SimPaletteWindow* const palette = host_->RegisteredPaletteWindow();
-    if (palette == nullptr)
-        return false;
-    palette->ClickCloseBox();
-    return true;
+    if (palette != nullptr)
+        palette->ClickCloseBox();
+    return palette != nullptr;
 }
 
 // As an outside tool does it: the file appears, the poller consumes it and posts the command.
-bool ScenarioRunner::Export(StepRecord&) {
+bool ScenarioRunner::Export() {
     if (!loaded_ || !TriggerFilePoller::IsRunning())
         return false;
     fs::path const file = home_.SupportFolder() / "trigger_export_model";
     std::ofstream(file).close();
     std::error_code ec;
-    auto const deadline = std::chrono::steady_clock::now() + kSettleTimeout;
-    auto const waitFor = [&deadline](auto const& done) {
-        while (!done() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(milliseconds(2));
-    };
-    waitFor([&] { return !fs::exists(file, ec); });
+    WaitUntil([&] { return !fs::exists(file, ec); });
     // The pass that took the file posts the command before it completes.
     std::uint64_t const passes = TriggerFilePoller::CompletedPasses();
-    waitFor([passes] {
+    WaitUntil([passes] {
         return !MainThreadDispatcher::IsIdle() || TriggerFilePoller::CompletedPasses() > passes;
     });
-    return true;
-}
-
-bool ScenarioRunner::Quit(StepRecord&) {
-    session_->Unload();
     return true;
 }
 
@@ -217,30 +209,17 @@ std::optional<Sim::Fault> ScenarioRunner::Arm(std::optional<StepFault> const& fa
     return armed;
 }
 
-bool ScenarioRunner::Fired(Sim::Fault const& armed, std::size_t callsBefore) {
-    if (Sim::ModelReadFromName(armed.call))
-        return CallsSoFar(armed.call) >= static_cast<std::uint64_t>(armed.nthCall);
-    std::vector<Sim::CallRecord> const records = host_->Calls().Records();
-    for (std::size_t i = callsBefore; i < records.size(); ++i) {
-        if (records[i].call == armed.call && records[i].injected)
-            return true;
-    }
-    return false;
-}
-
 void ScenarioRunner::TakeStep(Step const& step, std::optional<StepFault> const& fault,
                               ScenarioRun& run) {
     StepRecord record;
     record.name = step.name;
     record.userStarted = step.userStarted;
-    record.fault = fault;
     std::size_t const reportsBefore = host_->Reports().size();
-    std::size_t const callsBefore = host_->Calls().Records().size();
     std::optional<Sim::Fault> const armed = Arm(fault);
     try {
-        record.ran = (this->*step.perform)(record);
-        if (record.ran && loaded_ && step.perform != &ScenarioRunner::Quit)
-            record.settled = Settle();
+        record.ran = Perform(step, record);
+        if (record.ran && loaded_ && step.action != Action::Quit)
+            record.settled = session_->Settle(kSettleTimeout);
     } catch (std::exception const& error) {
         record.escaped = error.what();
     } catch (...) {
@@ -250,7 +229,9 @@ void ScenarioRunner::TakeStep(Step const& step, std::optional<StepFault> const& 
     record.reports.assign(reports.begin() + static_cast<std::ptrdiff_t>(reportsBefore),
                           reports.end());
     record.callsAtEnd = host_->Calls().Records().size();
-    record.faultFired = armed && Fired(*armed, callsBefore);
+    // The armed call is the nth of its name: it threw if the count got there.
+    record.faultFired =
+        armed && CallsSoFar(armed->call) >= static_cast<std::uint64_t>(armed->nthCall);
     for (std::size_t read = 0; read < Sim::kModelReadCount; ++read)
         record.readsAtEnd[read] = host_->Calls().ReadCount(static_cast<Sim::ModelRead>(read));
     run.steps.push_back(std::move(record));
@@ -259,9 +240,9 @@ void ScenarioRunner::TakeStep(Step const& step, std::optional<StepFault> const& 
 void ScenarioRunner::Finish(ScenarioRun& run) {
     run.windowAfter = StateOf(*host_);
     run.calls = host_->Calls().Records();
-    run.log = ReadFile(home_.LogFolder() / "velmora.log");
-    std::size_t const initialize = run.log.rfind("] Velmora: Initialize\n");
-    std::size_t const freeData = run.log.rfind("] Velmora: FreeData\n");
+    std::string const log = ReadFile(home_.LogFolder() / "velmora.log");
+    std::size_t const initialize = log.rfind("] Velmora: Initialize\n");
+    std::size_t const freeData = log.rfind("] Velmora: FreeData\n");
     run.initializeRan = initialize != std::string::npos;
     run.freeDataRanLast =
         run.initializeRan && freeData != std::string::npos && freeData > initialize;
@@ -293,11 +274,10 @@ ScenarioRun ScenarioRunner::Run() {
 
 ScenarioService::ScenarioService() {
     std::signal(SIGPIPE, SIG_IGN);
-    storeFolder_ = (home_.Path() / "store").string();
-    fs::create_directories(storeFolder_);
     DevServer::DevServerOptions options;
     options.token = kScenarioToken;
-    options.storeFolder = storeFolder_;
+    options.storeFolder = (home_.Path() / "store").string();
+    fs::create_directories(options.storeFolder);
     server_ = std::make_unique<DevServer::DevServer>(options);
     port_ = server_->Start();
 }

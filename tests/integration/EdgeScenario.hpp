@@ -30,7 +30,6 @@ using FaultPlan = std::map<std::size_t, StepFault>; // by step index
 
 struct StepRecord {
     std::string name;
-    std::optional<StepFault> fault;
     bool faultFired = false;
     bool userStarted = false; // a command the user chose: it may tell them one thing
     bool ran = false;         // false when the add-on never got that far (e.g. it did not load)
@@ -53,7 +52,6 @@ struct WindowState {
 struct ScenarioRun {
     std::vector<StepRecord> steps;
     std::vector<Sim::CallRecord> calls;
-    std::string log;
     bool initializeRan = false;
     bool freeDataRanLast = false; // FreeData logged after the last Initialize
     bool pollerStopped = false;
@@ -71,7 +69,6 @@ public:
 private:
     TempHome home_;
     FakeOpener opener_; // View Logs "opens" the folder without a desktop
-    std::string storeFolder_;
     std::unique_ptr<DevServer::DevServer> server_;
     int port_ = 0;
 };

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <deque>
 #include <map>
 #include <set>
 
@@ -115,63 +114,50 @@ bool CheckRun(ScenarioRun const& run, std::vector<FaultPoint> const& points) {
            before;
 }
 
-// Runs the fault points with one fault per step and run, so that the slow steps' points share
-// runs. A point that did not fire beside others (an earlier throw took another path) is tried
-// again later, at last on its own. A throw while loading mostly stops the add-on from loading
-// and with it every later step, so those points always run on their own.
+// Runs the fault points one per step and run, so that the slow steps' points share runs. A
+// point that did not fire beside others (an earlier throw took another path) waits for a later
+// round, and at last runs on its own. A throw while loading mostly stops every later step, so
+// those points always run on their own.
 class Sweep {
 public:
-    Sweep(ScenarioService const& service, std::size_t steps) : service_(service), queues_(steps) {}
-
-    void Add(FaultPoint const& point) {
-        if (point.step == 0)
-            alone_.push_back(point);
-        else
-            queues_[point.step].push_back({point, 0});
+    Sweep(ScenarioService const& service, std::vector<FaultPoint> const& points)
+        : service_(service) {
+        for (FaultPoint const& point : points)
+            (point.step == 0 ? alone_ : shared_).push_back(point);
     }
 
     void Run() {
-        while (RunShared()) {
+        for (int round = 0; round < kSharedRounds && !shared_.empty(); ++round) {
+            std::vector<FaultPoint> waiting;
+            while (!shared_.empty()) {
+                std::vector<FaultPoint> const taken = TakeOnePerStep();
+                std::vector<bool> const fired = RunOnce(taken);
+                for (std::size_t i = 0; i < taken.size(); ++i) {
+                    if (fired[i])
+                        ++swept;
+                    else
+                        waiting.push_back(taken[i]);
+                }
+            }
+            shared_ = std::move(waiting);
         }
-        for (FaultPoint const& point : alone_) {
-            bool const fired = RunOnce({point}).front();
-            swept += fired ? 1 : 0;
-            unreached += fired ? 0 : 1;
-        }
+        alone_.insert(alone_.end(), shared_.begin(), shared_.end());
+        for (FaultPoint const& point : alone_)
+            ++(RunOnce({point}).front() ? swept : unreached);
     }
 
     int runs = 0, findings = 0, swept = 0, unreached = 0;
 
 private:
-    static constexpr int kSharedTries = 3;
-    struct Queued {
-        FaultPoint point;
-        int tries;
-    };
+    static constexpr int kSharedRounds = 3;
 
-    bool RunShared() {
-        std::vector<Queued> taken;
-        for (std::deque<Queued>& queue : queues_) {
-            if (!queue.empty()) {
-                taken.push_back(queue.front());
-                queue.pop_front();
-            }
-        }
-        if (taken.empty())
-            return false;
-        std::vector<FaultPoint> shared;
-        for (Queued const& queued : taken)
-            shared.push_back(queued.point);
-        std::vector<bool> const fired = RunOnce(shared);
-        for (std::size_t i = 0; i < taken.size(); ++i) {
-            if (fired[i])
-                ++swept;
-            else if (++taken[i].tries < kSharedTries)
-                queues_[taken[i].point.step].push_back(taken[i]);
-            else
-                alone_.push_back(taken[i].point);
-        }
-        return true;
+    std::vector<FaultPoint> TakeOnePerStep() {
+        std::vector<FaultPoint> taken, rest;
+        std::set<std::size_t> steps;
+        for (FaultPoint const& point : shared_)
+            (steps.insert(point.step).second ? taken : rest).push_back(point);
+        shared_ = std::move(rest);
+        return taken;
     }
 
     // Whether each point's throw happened.
@@ -189,8 +175,7 @@ private:
     }
 
     ScenarioService const& service_;
-    std::vector<std::deque<Queued>> queues_;
-    std::vector<FaultPoint> alone_;
+    std::vector<FaultPoint> shared_, alone_;
 };
 
 // Catches any host call whose exception leaves the add-on into Archicad (which would end it),
@@ -210,9 +195,7 @@ TEST(HostEdgeSweep, NoHostCallThatThrowsGetsPastTheAddOn) {
         ASSERT_TRUE(step.ran) << "the clean run must take every step: " << step.name;
 
     std::vector<FaultPoint> const points = FaultPoints(clean);
-    Sweep sweep(service, clean.steps.size());
-    for (FaultPoint const& point : points)
-        sweep.Add(point);
+    Sweep sweep(service, points);
     sweep.Run();
     std::set<std::string> names;
     for (FaultPoint const& point : points)

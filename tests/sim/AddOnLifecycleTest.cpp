@@ -53,43 +53,30 @@ protected:
 // Catches a host kinder than the rule: an add-on that did not ask to stay during the call,
 // with nothing else holding it, must go; a request taken back does not count.
 TEST_F(AddOnLifecycleTest, AfterEachCallOnlyAKeepRequestOrAPaletteHoldsTheAddOn) {
-    using Handler = std::function<void(Sim::AddOnLifecycle&)>;
     struct Case {
         char const* name;
-        Handler handler;
-        bool paletteOpen;
-        bool staysLoaded;
-    };
-    Case const cases[] = {
-        {"asks to stay", [](Sim::AddOnLifecycle& host) { host.KeepInMemory(true); }, false, true},
-        {"forgets to ask", [](Sim::AddOnLifecycle&) {}, false, false},
-        {"takes it back",
-         [](Sim::AddOnLifecycle& host) {
-             host.KeepInMemory(true);
-             host.KeepInMemory(false);
-         },
-         false, false},
-        {"palette open", [](Sim::AddOnLifecycle&) {}, true, true},
+        bool asks, takesBack, paletteOpen, staysLoaded;
+    } const cases[] = {
+        {"asks to stay", true, false, false, true},
+        {"forgets to ask", false, false, false, false},
+        {"takes it back", true, true, false, false},
+        {"palette open", false, false, true, true},
     };
     for (Case const& c : cases) {
         forgotten = 0;
         ASSERT_EQ(Load(), Host::Error::NoError) << c.name;
         paletteOpen = c.paletteOpen;
-        CallWith([&] { c.handler(lifecycle); });
+        CallWith([&] {
+            if (c.asks)
+                Keep();
+            if (c.takesBack)
+                lifecycle.KeepInMemory(false);
+        });
         EXPECT_EQ(!lifecycle.Unloaded(), c.staysLoaded) << c.name;
         EXPECT_EQ(forgotten, c.staysLoaded ? 0 : 1) << c.name; // handlers go with the code
         lifecycle.Quit({});
         paletteOpen = false;
     }
-}
-
-// Catches "Initialize forgets KeepInMemory -> the poller dies with the unload" going unseen:
-// Initialize is a call of its own.
-TEST_F(AddOnLifecycleTest, AnInitializeThatDoesNotAskToStayIsFollowedByFreeDataAtOnce) {
-    keepInInitialize = false;
-    ASSERT_EQ(Load(), Host::Error::NoError);
-    EXPECT_TRUE(lifecycle.Unloaded());
-    EXPECT_EQ(events, (Events{"Initialize", "FreeData"}));
 }
 
 // Catches a request outliving its call, and a reload that skips Initialize or lets
@@ -128,12 +115,15 @@ TEST_F(AddOnLifecycleTest, ACallMadeInsideAHandlerNeitherUnloadsNorClearsTheOute
     EXPECT_FALSE(lifecycle.Unloaded()); // the inner request was made during the outer call
 }
 
-// Catches leftovers of FreeData going unreported, and a failed Initialize leaving the add-on
-// counted as loaded (or its handlers run).
-TEST_F(AddOnLifecycleTest, LeftoversAreNotedAndAFailedInitializeIsFreedAndNotCalled) {
+// Catches "Initialize forgets KeepInMemory -> the poller dies with the unload" going unseen
+// (Initialize is a call of its own), leftovers of FreeData going unreported, and a failed
+// Initialize leaving the add-on counted as loaded (or its handlers run).
+TEST_F(AddOnLifecycleTest, InitializeWithoutARequestOrFailingIsFreedAtOnceAndLeftoversNoted) {
     leftBehind = {"1 background thread(s) still running"};
     keepInInitialize = false;
     ASSERT_EQ(Load(), Host::Error::NoError);
+    EXPECT_TRUE(lifecycle.Unloaded());
+    EXPECT_EQ(events, (Events{"Initialize", "FreeData"}));
     EXPECT_EQ(lifecycle.LeftBehind(), leftBehind);
     EXPECT_EQ(calls.Records().back().call,
               "[host] FreeData left behind: 1 background thread(s) still running");

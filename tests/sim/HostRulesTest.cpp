@@ -1,15 +1,8 @@
 // The simulated host and the test fake refuse what Archicad refuses: greyed menu items, flags
-// of items that are not the caller's, an add-on that did not ask to stay, and fault names
-// that no host call has.
-#include "AddOnMain.hpp"
-#include "BackgroundWork.hpp"
-#include "Commands.hpp"
-#include "Extract/ExtractCommand.hpp"
+// of items that are not the caller's, and fault names that no host call has.
 #include "ResourceIds.hpp"
-#include "Settings.hpp"
 #include "Sim/AddOnSession.hpp"
 #include "Sim/PortCalls.hpp"
-#include "Sim/SimCommandLine.hpp"
 #include "Sim/SimHost.hpp"
 #include "TriggerFilePoller.hpp"
 #include "support/FakeHost.hpp"
@@ -101,9 +94,14 @@ TEST_F(MenuRulesTest, ItemsRunOnlyAboveTheWindowsTheirResourceCodesName) {
 }
 
 // Catches "BADINDEX not returned": a host (or fake) that lets the add-on read or write flags of
-// menus and items that are not its own.
+// menus and items that are not its own; and the fake drifting from the resource file, so that
+// it refuses a new menu item Archicad accepts (or the other way round).
 TEST_F(MenuRulesTest, FlagsOfItemsThatAreNotTheCallersAreRefusedWithBadIndex) {
     FakeHost fake;
+    std::map<short, Host::Int32> registered;
+    for (auto const& [id, menu] : menus.Menus())
+        registered[id] = static_cast<Host::Int32>(menu.items.size());
+    EXPECT_EQ(fake.menuItemCounts, registered);
     Host::MenuItemApi* const hosts[] = {&menus, &fake.menuItem};
     Host::API_MenuItemRef const strangers[] = {{VELMORA_COMMAND_MENU, 0},
                                                {VELMORA_COMMAND_MENU, 5},
@@ -121,16 +119,6 @@ TEST_F(MenuRulesTest, FlagsOfItemsThatAreNotTheCallersAreRefusedWithBadIndex) {
         EXPECT_EQ(host->GetMenuItemFlags(&own, &flags), Host::Error::NoError);
         EXPECT_EQ(host->SetMenuItemFlags(&own, nullptr), Host::Error::BadPars);
     }
-}
-
-// Catches the fake host drifting from the resource file: a new menu item would be refused by
-// the fake while Archicad accepts it (or the other way round).
-TEST_F(MenuRulesTest, TheFakeHostKnowsTheMenusTheResourceFileRegisters) {
-    FakeHost fake;
-    std::map<short, Host::Int32> registered;
-    for (auto const& [id, menu] : menus.Menus())
-        registered[id] = static_cast<Host::Int32>(menu.items.size());
-    EXPECT_EQ(fake.menuItemCounts, registered);
 }
 
 // Catches a host that calls the add-on's command in silent mode whatever the caller asked.
@@ -154,58 +142,19 @@ TEST(AddOnCommunicationRules, TheCallersSilentModeReachesTheHandler) {
     EXPECT_EQ(gSilentModes, (std::vector<bool>{false, true}));
 }
 
-class AddOnUnloadTest : public testing::Test {
-protected:
-    AddOnUnloadTest() : host(Options()) {
-        std::string error;
-        EXPECT_TRUE(host.LoadScene(error)) << error;
-        EXPECT_TRUE(host.LoadResources(error)) << error;
-        session.emplace(host);
-        EXPECT_TRUE(session->Load(error)) << error;
-    }
-    ~AddOnUnloadTest() override {
-        session.reset();
-        Settings::Get().ClearAuthToken();
-    }
-    Sim::SimHostOptions Options() const {
-        Sim::SimHostOptions options;
-        options.hostFolder = (home.Path() / "host").string();
-        options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
-        return options;
-    }
-    // A call into the add-on in which it does not ask to stay.
-    void CallWithoutKeep() { Sim::AddOnLifecycle::Call call(host.AddOn()); }
-
-    TempHome home;
-    Sim::SimHost host;
-    std::optional<Sim::AddOnSession> session;
-};
-
 // Catches "Initialize forgets KeepInMemory -> the poller dies with the unload".
-TEST_F(AddOnUnloadTest, TheAddOnStaysLoadedFromInitializeWithItsPollerRunning) {
+TEST(AddOnUnloadTest, TheAddOnStaysLoadedFromInitializeWithItsPollerRunning) {
+    TempHome home;
+    Sim::SimHostOptions options;
+    options.hostFolder = (home.Path() / "host").string();
+    options.addOnId = {VELMORA_MDID_DEVELOPER, VELMORA_MDID_LOCAL};
+    Sim::SimHost host(options);
+    std::string error;
+    ASSERT_TRUE(host.LoadScene(error) && host.LoadResources(error)) << error;
+    Sim::AddOnSession session(host);
+    ASSERT_TRUE(session.Load(error)) << error;
     EXPECT_FALSE(host.AddOn().Unloaded());
     EXPECT_TRUE(TriggerFilePoller::IsRunning());
-}
-
-// Catches "FreeData leaves a worker running" and a FreeData that leaves state behind, which a
-// reload (fresh statics in Archicad) would trip over: an extraction still marked in flight.
-TEST_F(AddOnUnloadTest, AnUnloadDuringWorkLeavesNothingAndTheAddOnComesBackOnTheNextCall) {
-    Settings::Get().SetAuthToken("T");
-    ASSERT_EQ(DoExtractView(), Host::Error::NoError); // its capture waits on a sleeping thread
-    CallWithoutKeep();
-    ASSERT_TRUE(host.AddOn().Unloaded());
-    EXPECT_EQ(BackgroundWork::Running(), 0u);
-    EXPECT_TRUE(host.AddOn().LeftBehind().empty());
-
-    std::string whyNot;
-    ASSERT_TRUE(host.Menus().Choose(VELMORA_SETTINGS_MENU, 1, whyNot)) << whyNot;
-    EXPECT_EQ(host.AddOn().Loads(), 2);
-    ASSERT_FALSE(host.Reports().empty());
-    EXPECT_EQ(host.Reports().back().text,
-              "Velmora: Semantic Mask is OFF (uploads the 3D view only).");
-    ASSERT_TRUE(host.AddOn().EnsureLoaded());
-    EXPECT_FALSE(IsExtractActive());
-    EXPECT_EQ(RunExtractAndUpload(Settings::Get().extractOptions), Host::Error::NoError);
 }
 
 // Catches a call name missing from the list that --fail / --throw check: a real host call the
