@@ -9,6 +9,7 @@
 // block that does not takes its start from the pattern of the pixel before it and its end from the
 // pattern of its last pixel, and whatever lies between goes pattern by pattern, a pixel that fits
 // none alone through the per-channel tables. So the in-use set is never gathered per pixel.
+#include "Extract/ByteVector.hpp"
 #include "Extract/CategoryPalette.hpp"
 #include "Extract/Raster.hpp"
 
@@ -209,9 +210,12 @@ void PutPacked(unsigned char* pixel, std::uint32_t colour) {
     pixel[2] = static_cast<unsigned char>(colour >> 16);
 }
 
-// --- Blocks of 16 pixels in three 16-byte vectors (GCC and clang vector extensions).
+// --- Blocks of 16 pixels in three 16-byte vectors.
 
-using U8x16 = unsigned char __attribute__((vector_size(16)));
+using ve_detail::LoadU8x16;
+using ve_detail::SplatU8x16;
+using ve_detail::StoreU8x16;
+using ve_detail::U8x16;
 using U64x2 = std::uint64_t __attribute__((vector_size(16)));
 constexpr std::size_t kBlockPixels = 16;
 constexpr std::size_t kBlockBytes = kBlockPixels * kChannels;
@@ -232,26 +236,22 @@ To BitCast(const From& from) {
     return to;
 }
 
-U8x16 Splat(unsigned char value) {
-    return U8x16{} + value;
-}
-
 U8x16 Vector(std::uint64_t first, std::uint64_t second) {
     return BitCast<U8x16>(U64x2{first, second});
 }
 
 Block Load(const unsigned char* bytes) {
     Block block;
-    std::memcpy(&block.low, bytes, sizeof block.low);
-    std::memcpy(&block.mid, bytes + 16, sizeof block.mid);
-    std::memcpy(&block.high, bytes + 32, sizeof block.high);
+    block.low = LoadU8x16(bytes);
+    block.mid = LoadU8x16(bytes + 16);
+    block.high = LoadU8x16(bytes + 32);
     return block;
 }
 
 void Store(unsigned char* bytes, const Block& block) {
-    std::memcpy(bytes, &block.low, sizeof block.low);
-    std::memcpy(bytes + 16, &block.mid, sizeof block.mid);
-    std::memcpy(bytes + 32, &block.high, sizeof block.high);
+    StoreU8x16(bytes, block.low);
+    StoreU8x16(bytes + 16, block.mid);
+    StoreU8x16(bytes + 32, block.high);
 }
 
 // A packed colour repeated over 48 bytes: the three byte phases of it, eight bytes each.
@@ -392,7 +392,7 @@ struct Prediction {
 class BlockSnapper {
 public:
     explicit BlockSnapper(const SnapTables& tables)
-        : tables_(tables), patterns_(BuildPatterns(tables)), window_(Splat(tables.window)) {}
+        : tables_(tables), patterns_(BuildPatterns(tables)), window_(SplatU8x16(tables.window)) {}
 
     // A block that fits what the block above became takes its output. Any other starts with
     // the pattern of the pixel before it and ends with that of its own last pixel (most often
