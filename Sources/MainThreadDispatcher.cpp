@@ -88,7 +88,7 @@ public:
 // After a refused request the queued work would wait for some unrelated later post, which may
 // never come (an extraction would stay in flight for good): ask again a little later, until a
 // request is accepted, the queue has been run, or about five seconds have passed.
-void AskAgainUntilAccepted(std::shared_ptr<PendingSleeper> const& /*pending*/) {
+void AskAgainUntilAccepted() {
     for (int round = 0; round < kRetryRounds && !QueueEmpty(); ++round) {
         if (!BackgroundWork::SleepFor(std::chrono::milliseconds(kRetryDelayMs)))
             return;
@@ -100,8 +100,7 @@ void AskAgainUntilAccepted(std::shared_ptr<PendingSleeper> const& /*pending*/) {
 void RequestDispatchLater() {
     auto pending = std::make_shared<PendingSleeper>();
     try {
-        BackgroundWork::Start("MainThreadDispatcher retry",
-                              [pending] { AskAgainUntilAccepted(pending); });
+        BackgroundWork::Start("MainThreadDispatcher retry", [pending] { AskAgainUntilAccepted(); });
     } catch (...) {
         // No thread: the item waits for the next post or DrainNow.
     }
